@@ -1,0 +1,61 @@
+// omconsole: the project's console. With no arguments it prints its usage and
+// what the installation holds; otherwise it runs one subcommand.
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+
+#include "Command.h"
+
+namespace omconsole {
+
+int fail(const std::string& message, int status) {
+  std::cerr << "omconsole: " << message << "\n";
+  return status;
+}
+
+namespace {
+
+const Command kCommands[] = {
+};
+
+void printUsage() {
+  std::cout << "usage: omconsole COMMAND [ARGS]   (omconsole help: this text)\n\ncommands:\n";
+  for (const Command& c : kCommands) {
+    const char* line = c.usage;
+    while (*line != '\0') {
+      const char* end = std::strchr(line, '\n');
+      const size_t n = end == nullptr ? std::strlen(line) : static_cast<size_t>(end - line);
+      std::cout << "  " << std::string(line, n) << "\n";
+      line += n + (end == nullptr ? 0 : 1);
+    }
+  }
+}
+
+void printStatus() {
+  for (const Command& c : kCommands) {
+    if (c.status != nullptr) c.status();
+  }
+}
+
+}  // namespace
+}  // namespace omconsole
+
+int main(int argc, char** argv) {
+  using namespace omconsole;
+  if (argc < 2) {
+    printUsage();
+    std::cout << "\n";
+    printStatus();
+    return 0;
+  }
+  const std::string name = argv[1];
+  for (const Command& c : kCommands) {
+    if (name == c.name && c.run != nullptr) return c.run(Args(argv + 2, argv + argc));
+  }
+  if (name == "help" || name == "--help" || name == "-h") {
+    printUsage();
+    return 0;
+  }
+  printUsage();
+  return fail("unknown command '" + name + "'", 2);
+}
