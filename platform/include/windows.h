@@ -206,7 +206,8 @@ HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCSTR 
 #define CreateMutex CreateMutexA
 BOOL ReleaseMutex(HANDLE mutex);
 
-// Manual- or auto-reset event.
+// Manual- or auto-reset event. Event names are not shared: each call makes a
+// new event.
 HANDLE CreateEventA(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset, BOOL initialState, LPCSTR name);
 #define CreateEvent CreateEventA
 BOOL SetEvent(HANDLE event);

@@ -58,13 +58,13 @@ class MutexState : public std::enable_shared_from_this<MutexState> {
   }
 
   bool release() {
-    std::unique_lock<std::mutex> lock(mu_);
-    if (count_ == 0 || owner_ != std::this_thread::get_id()) return false;
-    if (--count_ == 0) {
-      lock.unlock();
-      t_owned.remove(this);
-      cv_.notify_one();
+    {
+      std::lock_guard<std::mutex> lock(mu_);
+      if (count_ == 0 || owner_ != std::this_thread::get_id()) return false;
+      if (--count_ > 0) return true;
     }
+    cv_.notify_one();
+    t_owned.remove(this);  // may drop the last reference to this state: nothing after it
     return true;
   }
 

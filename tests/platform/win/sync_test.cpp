@@ -89,6 +89,15 @@ TEST(Mutex, NamedMutexIsSharedWithinTheProcess) {
   CloseHandle(b);
 }
 
+TEST(Mutex, ClosingTheHandleWhileOwnedLeavesReleaseSafe) {
+  HANDLE a = CreateMutex(nullptr, TRUE, "omlib-test-close");
+  HANDLE b = CreateMutex(nullptr, FALSE, "omlib-test-close");
+  CloseHandle(a);  // the name lives on through b; this thread still owns it
+  EXPECT_TRUE(ReleaseMutex(b));
+  EXPECT_EQ(WaitForSingleObject(b, 0), static_cast<DWORD>(WAIT_OBJECT_0));
+  CloseHandle(b);  // owned and closed: the state lives until the thread releases or ends
+}
+
 TEST(Event, AutoAndManualReset) {
   HANDLE autoEvent = CreateEvent(nullptr, FALSE, FALSE, nullptr);
   HANDLE manual = CreateEvent(nullptr, TRUE, FALSE, nullptr);
