@@ -2,9 +2,24 @@
 
 #include <cstdio>
 
+#include <oleauto.h>
+
 #include <om/StringTable.h>
 #include <om/codepage.h>
 #include <omtools/vstream.h>
+
+tstring::tstring(const OLECHAR* text)
+    : std::string(text == nullptr ? std::string() : om::utf16ToCp932(text)) {}
+
+tstring& tstring::fromBSTR(BSTR text) {
+  assign(om::utf16ToCp932(std::u16string_view(text, SysStringLen(text))));
+  return *this;
+}
+
+BSTR tstring::toBSTR() const {
+  const std::u16string wide = om::cp932ToUtf16(*this);
+  return SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
+}
 
 tstring& tstring::vformat(const char* fmt, va_list args) {
   va_list again;

@@ -1,6 +1,6 @@
 // tstring: the library's narrow string (code page 932 text) with printf-style
-// formatting, string-table loading, case-insensitive comparison and stream
-// save/restore.
+// formatting, string-table loading, case-insensitive comparison, BSTR
+// conversions and stream save/restore.
 #ifndef OM_PLATFORM_OMTOOLS_TSTRING_H_
 #define OM_PLATFORM_OMTOOLS_TSTRING_H_
 
@@ -8,6 +8,7 @@
 #include <string>
 
 #include <windows.h>
+#include <wtypes.h>
 
 class vostream;
 class vistream;
@@ -18,6 +19,16 @@ class tstring : public std::string {
   tstring() = default;
   tstring(const std::string& s) : std::string(s) {}
   tstring(std::string&& s) : std::string(std::move(s)) {}
+  // UTF-16 text up to its NUL (a BSTR or any wide string) in code page 932;
+  // null gives "".
+  explicit tstring(const OLECHAR* text);
+
+  // Replaces the contents with the whole of a BSTR (embedded NULs included)
+  // in code page 932; null gives "".
+  tstring& fromBSTR(BSTR text);
+  // A new BSTR with this text in UTF-16; the caller frees it with
+  // SysFreeString. Null when out of memory.
+  BSTR toBSTR() const;
 
   // Replaces the contents with the printf-style formatted text, of any length.
   tstring& format(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
