@@ -22,6 +22,9 @@ struct Command {
 // Prints "omconsole: MESSAGE" on standard error and returns `status`.
 int fail(const std::string& message, int status = 1);
 
+int runReg(const Args& args);
+void regStatus();
+
 }  // namespace omconsole
 
 #endif  // OM_APPS_OMCONSOLE_COMMAND_H_

@@ -16,6 +16,15 @@ int fail(const std::string& message, int status) {
 namespace {
 
 const Command kCommands[] = {
+    {"reg",
+     "reg list KEY                      subkeys, then values with type and data\n"
+     "reg get KEY NAME                  a value as text (NAME \"\" is the default value)\n"
+     "reg set KEY NAME VALUE [--dword]  write a REG_SZ (or REG_DWORD) value; creates the key\n"
+     "reg delete KEY [NAME]             delete a value, or a key with its subkeys\n"
+     "reg export KEY FILE [--regedit4]  write a .reg file (version 5.00, or REGEDIT4)\n"
+     "reg import FILE                   apply a .reg file, all or nothing\n"
+     "reg ... KEY is HKEY_LOCAL_MACHINE\\PATH or HKEY_CURRENT_USER\\PATH (HKLM, HKCU)",
+     runReg, regStatus},
 };
 
 void printUsage() {

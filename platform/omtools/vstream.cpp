@@ -1,6 +1,7 @@
 #include <omtools/vstream.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -71,7 +72,13 @@ size_t vimemstream::doRead(void* data, size_t size) {
 vofstream::vofstream(const char* path) : path_(path == nullptr ? "" : path) {
   tempPath_ = path_ + ".tmpXXXXXX";
   const int fd = mkstemp(tempPath_.data());
-  if (fd >= 0) file_ = fdopen(fd, "wb");
+  if (fd >= 0) {
+    // mkstemp makes the file private; give it the mode of the file it
+    // replaces, or the usual 0644 for a new one.
+    struct stat old {};
+    fchmod(fd, stat(path_.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644);
+    file_ = fdopen(fd, "wb");
+  }
   if (file_ == nullptr) {
     if (fd >= 0) {
       ::close(fd);
