@@ -24,6 +24,16 @@ int fail(const std::string& message, int status = 1);
 
 int runReg(const Args& args);
 void regStatus();
+// Writes the registry key KEY (as on the command line) to a .reg file.
+int exportRegKey(const std::string& key, const std::string& file, bool regedit4);
+// Applies a .reg file; with `within` (a KEY) every change must lie in it.
+int importRegFile(const std::string& file, const std::string& within);
+
+int runConfig(const Args& args);
+void configStatus();
+
+int runSubtypes(const Args& args);
+void subtypesStatus();
 
 }  // namespace omconsole
 

@@ -51,6 +51,17 @@ bool parseKey(const std::string& arg, Key* key) {
   return true;
 }
 
+// True when `key` is `scope` or lies below it (names compare ignoring case).
+bool isWithin(const RegKeyPath& key, const RegKeyPath& scope) {
+  const auto& k = key.components();
+  const auto& s = scope.components();
+  if (k.size() < s.size()) return false;
+  for (size_t i = 0; i < s.size(); ++i) {
+    if (tstring(k[i]).compareNoCase(s[i]) != 0) return false;
+  }
+  return true;
+}
+
 // The positional arguments, with the options in `allowed` taken out into
 // `options`; "--" ends the options. False for an option not allowed.
 bool splitOptions(const Args& args, const std::vector<std::string>& allowed, Args* positional, Args* options) {
@@ -182,30 +193,46 @@ int exportKey(const Args& args) {
   if (!splitOptions(args, {"--regedit4"}, &positional, &options) || positional.size() != 2) {
     return fail("usage: omconsole reg export KEY FILE [--regedit4]", 2);
   }
+  return exportRegKey(positional[0], positional[1], !options.empty());
+}
+
+int importFile(const Args& args) {
+  if (args.size() != 1) return fail("usage: omconsole reg import FILE", 2);
+  return importRegFile(args[0], "");
+}
+
+}  // namespace
+
+int exportRegKey(const std::string& keyName, const std::string& file, bool regedit4) {
   Key key;
-  if (!parseKey(positional[0], &key)) return 1;
-  const om::RegFormat format = options.empty() ? om::RegFormat::kVersion5 : om::RegFormat::kRegedit4;
+  if (!parseKey(keyName, &key)) return 1;
+  const om::RegFormat format = regedit4 ? om::RegFormat::kRegedit4 : om::RegFormat::kVersion5;
   std::string bytes;
   if (DWORD err = om::RegFile::exportKey(key.hive, key.path, format, &bytes)) return failOn(key, err);
-  const std::string& file = positional[1];
   vofstream out(file.c_str());
   if (!out.is_open() || !out.write(bytes.data(), bytes.size()) || !out.close()) return fail("cannot write " + file);
   return 0;
 }
 
-int importFile(const Args& args) {
-  if (args.size() != 1) return fail("usage: omconsole reg import FILE", 2);
-  const std::string& file = args[0];
+int importRegFile(const std::string& file, const std::string& within) {
   std::ifstream in(file, std::ios::binary);
   if (!in) return fail("cannot read " + file);
   std::ostringstream bytes;
   bytes << in.rdbuf();
   om::RegFile reg;
-  if (!reg.parse(bytes.str()) || !reg.apply()) return fail(file + ": " + om::cp932ToUtf8(reg.error()));
+  if (!reg.parse(bytes.str())) return fail(file + ": " + om::cp932ToUtf8(reg.error()));
+  if (!within.empty()) {
+    Key scope;
+    if (!parseKey(within, &scope)) return 1;
+    for (const om::RegOperation& op : reg.operations()) {
+      if (op.hive != scope.hive || !isWithin(op.key, scope.path)) {
+        return fail(file + ": line " + std::to_string(op.line) + ": outside " + within);
+      }
+    }
+  }
+  if (!reg.apply()) return fail(file + ": " + om::cp932ToUtf8(reg.error()));
   return 0;
 }
-
-}  // namespace
 
 int runReg(const Args& args) {
   static const struct {
@@ -235,7 +262,7 @@ void regStatus() {
               << count(subkeys.size(), "subkey") << " (store: " << where << ")\n";
   } else if (err == ERROR_FILE_NOT_FOUND) {
     std::cout << "registry: " << name << " does not exist yet; create it with 'omconsole reg set " << name
-              << " NAME VALUE' or 'omconsole reg import FILE' (store: " << where << ")\n";
+              << " NAME VALUE', 'omconsole reg import FILE' or 'omconsole config reset' (store: " << where << ")\n";
   } else {
     std::cout << "registry: cannot read the store in " << where << ": " << om::regErrorText(err) << "\n";
   }

@@ -16,6 +16,14 @@ int fail(const std::string& message, int status) {
 namespace {
 
 const Command kCommands[] = {
+    {"config",
+     "config show [--json]              every setting: name, type, current and factory value\n"
+     "config get NAME                   one setting as its getter reads it\n"
+     "config set NAME VALUE             write a setting (checked against its type)\n"
+     "config reset [--missing-only]     create the key and write the factory values\n"
+     "config export FILE [--regedit4]   write the settings key to a .reg file\n"
+     "config import FILE                apply a .reg file that changes only the settings key",
+     runConfig, configStatus},
     {"reg",
      "reg list KEY                      subkeys, then values with type and data\n"
      "reg get KEY NAME                  a value as text (NAME \"\" is the default value)\n"
@@ -25,6 +33,9 @@ const Command kCommands[] = {
      "reg import FILE                   apply a .reg file, all or nothing\n"
      "reg ... KEY is HKEY_LOCAL_MACHINE\\PATH or HKEY_CURRENT_USER\\PATH (HKLM, HKCU)",
      runReg, regStatus},
+    {"subtypes",
+     "subtypes [FILE]                   the log subtype table (FILE: SubtypeInformationFile)",
+     runSubtypes, subtypesStatus},
 };
 
 void printUsage() {

@@ -1,0 +1,172 @@
+// omconsole config: the product's settings, by registry value name.
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#include <om/codepage.h>
+#include <omtools/Registry.h>
+
+#include "Command.h"
+#include "config/DefaultValues.h"
+#include "config/ResetValues.h"
+
+namespace omconsole {
+namespace {
+
+const char kProductKeyName[] = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Velmoran\\OrvaManager";
+
+const char* kindName(DefaultValues::Kind kind) {
+  switch (kind) {
+    case DefaultValues::kText: return "text";
+    case DefaultValues::kInt: return "int";
+    case DefaultValues::kBool: return "bool";
+  }
+  return "";
+}
+
+// Checks `text` (UTF-8 from the command line) for the setting's kind and
+// gives the text to store (code page 932); false with a message otherwise.
+bool checkedValue(const DefaultValues::Setting& s, const std::string& text, tstring& value, std::string& error) {
+  switch (s.kind) {
+    case DefaultValues::kText:
+      value = om::utf8ToCp932(text);
+      return true;
+    case DefaultValues::kInt: {
+      char* end = nullptr;
+      errno = 0;
+      const long n = std::strtol(text.c_str(), &end, 10);
+      if (text.empty() || *end != '\0' || errno != 0 || n < INT_MIN || n > INT_MAX) {
+        error = std::string(s.name) + " is an integer setting: '" + text + "' is not an integer";
+        return false;
+      }
+      value.format("%ld", n);
+      return true;
+    }
+    case DefaultValues::kBool:
+      if (text != "true" && text != "false") {
+        error = std::string(s.name) + " is a boolean setting: use true or false, not '" + text + "'";
+        return false;
+      }
+      value = text;
+      return true;
+  }
+  return false;
+}
+
+std::string jsonString(const std::string& utf8) {
+  std::string out = "\"";
+  for (unsigned char c : utf8) {
+    if (c == '"' || c == '\\') {
+      out += '\\';
+      out += static_cast<char>(c);
+    } else if (c < 0x20) {
+      char buffer[8];
+      std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
+      out += buffer;
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  return out + "\"";
+}
+
+// The product's key must exist before settings are read or written.
+DefaultValues* openValues() {
+  DefaultValues* values = DefaultValues::getDefault();
+  if (!values->valid()) {
+    fail(std::string("the key ") + kProductKeyName + " does not exist; create it with 'omconsole config reset'");
+    return nullptr;
+  }
+  return values;
+}
+
+int show(bool json) {
+  DefaultValues* values = openValues();
+  if (values == nullptr) return 1;
+  if (json) std::cout << "[\n";
+  const auto& settings = DefaultValues::settings();
+  for (size_t i = 0; i < settings.size(); ++i) {
+    const DefaultValues::Setting& s = settings[i];
+    const std::string current = om::cp932ToUtf8(s.read(*values));
+    const tstring* factory = ResetValues::factoryText(s.name);
+    if (json) {
+      std::cout << "  {\"name\": " << jsonString(s.name) << ", \"type\": \"" << kindName(s.kind)
+                << "\", \"value\": " << jsonString(current)
+                << ", \"set\": " << (values->isSet(s.name) ? "true" : "false")
+                << ", \"factory\": " << (factory ? jsonString(om::cp932ToUtf8(*factory)) : "null") << "}"
+                << (i + 1 < settings.size() ? ",\n" : "\n");
+    } else {
+      std::printf("%-30s %-5s %-24s %s\n", s.name, kindName(s.kind),
+                  (values->isSet(s.name) ? current : current + " (unset)").c_str(),
+                  factory ? om::cp932ToUtf8(*factory).c_str() : "-");
+    }
+  }
+  if (json) std::cout << "]\n";
+  return 0;
+}
+
+int get(const std::string& name) {
+  const DefaultValues::Setting* s = DefaultValues::findSetting(om::utf8ToCp932(name));
+  if (s == nullptr) return fail("unknown setting '" + name + "'");
+  DefaultValues* values = openValues();
+  if (values == nullptr) return 1;
+  std::cout << om::cp932ToUtf8(s->read(*values)) << "\n";
+  return 0;
+}
+
+int set(const std::string& name, const std::string& text) {
+  const DefaultValues::Setting* s = DefaultValues::findSetting(om::utf8ToCp932(name));
+  if (s == nullptr) return fail("unknown setting '" + name + "'");
+  tstring value;
+  std::string error;
+  if (!checkedValue(*s, text, value, error)) return fail(error);
+  DefaultValues* values = openValues();
+  if (values == nullptr) return 1;
+  if (!s->write(*values, value)) return fail(std::string("cannot write ") + s->name);
+  return 0;
+}
+
+int reset(bool missingOnly) {
+  if (!CRegistry::createKey(HKEY_LOCAL_MACHINE, "SOFTWARE\\Velmoran\\OrvaManager")) {
+    return fail(std::string("cannot create the key ") + kProductKeyName);
+  }
+  DefaultValues* values = openValues();
+  if (values == nullptr) return 1;
+  if (!ResetValues::writeFactoryValues(*values, missingOnly)) return fail("some factory values could not be written");
+  return 0;
+}
+
+}  // namespace
+
+int runConfig(const Args& args) {
+  const std::string sub = args.empty() ? "" : args[0];
+  if (sub == "show" && args.size() <= 2) {
+    if (args.size() == 2 && args[1] != "--json") return fail("usage: omconsole config show [--json]", 2);
+    return show(args.size() == 2);
+  }
+  if (sub == "get" && args.size() == 2) return get(args[1]);
+  if (sub == "set" && args.size() == 3) return set(args[1], args[2]);
+  if (sub == "reset" && args.size() <= 2) {
+    if (args.size() == 2 && args[1] != "--missing-only") return fail("usage: omconsole config reset [--missing-only]", 2);
+    return reset(args.size() == 2);
+  }
+  if (sub == "export" && (args.size() == 2 || (args.size() == 3 && args[2] == "--regedit4"))) {
+    return exportRegKey(kProductKeyName, args[1], args.size() == 3);
+  }
+  if (sub == "import" && args.size() == 2) return importRegFile(args[1], kProductKeyName);
+  return fail("usage: omconsole config show [--json] | get NAME | set NAME VALUE | reset [--missing-only] | "
+              "export FILE [--regedit4] | import FILE",
+              2);
+}
+
+void configStatus() {
+  DefaultValues* values = DefaultValues::getDefault();
+  if (!values->valid()) return;
+  int set = 0;
+  for (const DefaultValues::Setting& s : DefaultValues::settings()) set += values->isSet(s.name) ? 1 : 0;
+  std::printf("settings: %d of %zu set (omconsole config show)\n", set, DefaultValues::settings().size());
+}
+
+}  // namespace omconsole

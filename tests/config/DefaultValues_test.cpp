@@ -1,0 +1,221 @@
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include <omtools/Registry.h>
+
+#include "config/DefaultValues.h"
+#include "config/ResetValues.h"
+
+namespace {
+
+const char* kKey = "SOFTWARE\\Velmoran\\OrvaManager";
+
+// A private instance over the store of the current test (the singleton keeps
+// the store it was created with).
+class Values : public DefaultValues {
+ public:
+  using DefaultValues::getString;
+};
+
+// Runs omconsole with `args`; returns its exit status and standard output.
+int console(const std::string& args, std::string* out = nullptr) {
+  FILE* p = popen((std::string(OMCONSOLE) + " " + args + " 2>/dev/null").c_str(), "r");
+  std::string text;
+  char buffer[4096];
+  for (size_t n; (n = fread(buffer, 1, sizeof buffer, p)) > 0;) text.append(buffer, n);
+  const int status = pclose(p);
+  if (out != nullptr) *out = text;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class DefaultValuesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char dir[] = "/tmp/omlib-config-XXXXXX";
+    ASSERT_NE(mkdtemp(dir), nullptr);
+    home_ = dir;
+    setenv("OMLIB_HOME", home_.c_str(), 1);
+    setenv("OMLIB_USER_HOME", home_.c_str(), 1);
+  }
+  void TearDown() override { std::filesystem::remove_all(home_); }
+
+  std::string home_;
+};
+
+TEST_F(DefaultValuesTest, MissingKeyReadsMissingValues) {
+  Values v;
+  EXPECT_FALSE(v.valid());
+  EXPECT_EQ(v.getDataFile(), "");
+  EXPECT_EQ(v.getPollingInterval(), 0);
+  EXPECT_FALSE(v.getPollingManager());
+  EXPECT_EQ(v.getLogSaveLevel(), log_def::LOGLEVEL_USER);
+  EXPECT_FALSE(v.setPollingInterval(5));
+  EXPECT_EQ(console("config get PollingTimer"), 1);
+}
+
+TEST_F(DefaultValuesTest, TextRules) {
+  ASSERT_TRUE(CRegistry::createKey(HKEY_LOCAL_MACHINE, kKey));
+  Values v;
+  ASSERT_TRUE(v.valid());
+  CRegistry raw(HKEY_LOCAL_MACHINE, kKey);
+  const std::map<std::string, std::pair<int, bool>> cases = {
+      // stored text -> (integer read, boolean read)
+      {"TRUE", {0, true}},   {"True", {0, true}}, {"true", {0, true}}, {"1", {1, false}},
+      {"yes", {0, false}},   {"abc", {0, false}}, {"-5", {-5, false}}, {"42abc", {42, false}},
+      {"", {0, false}},      {" 7", {7, false}},
+  };
+  for (const auto& [text, expected] : cases) {
+    ASSERT_TRUE(raw.setValue("MaxNodeNumber", text));
+    ASSERT_TRUE(raw.setValue("DefaultPollingPort", text));
+    EXPECT_EQ(v.getMaxNodeNumber(), expected.first) << text;
+    EXPECT_EQ(v.getPollingPort(), expected.second) << text;
+  }
+  // LogSaveLevel: absent or empty is 1, otherwise the number, "abc" giving 0.
+  EXPECT_EQ(v.getLogSaveLevel(), 1);
+  ASSERT_TRUE(raw.setValue("LogSaveLevel", "0"));
+  EXPECT_EQ(v.getLogSaveLevel(), 0);
+  ASSERT_TRUE(raw.setValue("LogSaveLevel", "abc"));
+  EXPECT_EQ(v.getLogSaveLevel(), 0);
+  // Setters write the documented texts and check nothing.
+  EXPECT_TRUE(v.setPingTimeThreshold(-5));
+  EXPECT_EQ(v.getString("PingTimeThreshold"), "-5");
+  EXPECT_EQ(v.getPingTimeThreshold(), -5);
+  EXPECT_TRUE(v.setIsEventLoggingCritical(true));
+  EXPECT_EQ(v.getString("EventLogging Critical"), "true");
+  EXPECT_TRUE(v.setClosingImage("c.bmp"));
+  EXPECT_EQ(v.getString("ClosingImg"), "c.bmp");
+  EXPECT_TRUE(v.setOidIcon("x"));
+  EXPECT_EQ(v.getString("oid-icon"), "x");
+  EXPECT_TRUE(v.setAutoDiscoverSNMPProto(-1));
+  EXPECT_EQ(v.getString("DefaultAutoDiscoverSNMPProto"), "-1");
+  EXPECT_TRUE(v.setPollingTimer(3));
+  EXPECT_EQ(v.getString("PollingTimer"), "3");
+  EXPECT_TRUE(v.setCountPolicy(CCounterValue::CountAsOverflow));
+  EXPECT_EQ(v.getCountPolicy(), CCounterValue::CountAsOverflow);
+}
+
+// Every setting written here is read by another process, and what another
+// process writes is read here at once: nothing is cached.
+TEST_F(DefaultValuesTest, EverySettingCrossesProcesses) {
+  ASSERT_TRUE(CRegistry::createKey(HKEY_LOCAL_MACHINE, kKey));
+  Values v;
+  std::map<std::string, std::string> written;
+  int n = 0;
+  for (const DefaultValues::Setting& s : DefaultValues::settings()) {
+    ++n;
+    const std::string text = s.kind == DefaultValues::kText ? "v" + std::to_string(n)
+                             : s.kind == DefaultValues::kInt ? std::to_string(1000 + n)
+                                                             : (n % 2 ? "true" : "false");
+    ASSERT_TRUE(s.write(v, text)) << s.name;
+    written[s.name] = text;
+  }
+  EXPECT_EQ(n, 89);
+  for (const auto& [name, text] : written) {
+    std::string out;
+    ASSERT_EQ(console("config get \"" + name + "\"", &out), 0) << name;
+    EXPECT_EQ(out, text + "\n") << name;
+  }
+  ASSERT_EQ(console("config set TimeoutPolling 77"), 0);
+  EXPECT_EQ(v.getTimeoutPolling(), 77);
+  ASSERT_EQ(console("config set UseSysName false"), 0);
+  EXPECT_FALSE(v.getUseSysName());
+  ASSERT_EQ(console("config set \"EventLogging Critical\" true"), 0);
+  EXPECT_TRUE(v.isEventLoggingCritical());
+}
+
+TEST_F(DefaultValuesTest, ConsoleSetChecksTypesAndWritesNothingOnError) {
+  ASSERT_EQ(console("config reset"), 0);
+  Values v;
+  EXPECT_EQ(console("config set MaxNodeNumber abc"), 1);
+  EXPECT_EQ(console("config set MaxNodeNumber 99999999999"), 1);
+  EXPECT_EQ(console("config set UseSysName yes"), 1);
+  EXPECT_EQ(console("config set NoSuchSetting 1"), 1);
+  EXPECT_EQ(console("config set MaxNodeNumber"), 2);
+  EXPECT_EQ(v.getMaxNodeNumber(), 1000);
+  EXPECT_FALSE(v.getUseSysName());
+  EXPECT_EQ(console("config set MaxNodeNumber -3"), 0);
+  EXPECT_EQ(v.getMaxNodeNumber(), -3);
+}
+
+TEST_F(DefaultValuesTest, ResetWritesFactoryValues) {
+  ASSERT_EQ(console("config reset"), 0);
+  Values v;
+  ASSERT_TRUE(v.valid());
+  EXPECT_EQ(v.getPollingInterval(), 600);
+  EXPECT_EQ(v.getDeleteInterval(), 604800);
+  EXPECT_EQ(v.getKeepFilterTime(), 600);
+  EXPECT_EQ(v.getLogSaveLevel(), 2);
+  EXPECT_EQ(v.getMaxPathNumber(), 100);
+  EXPECT_EQ(v.getAutoDiscoverSNMPProto(), -1);
+  EXPECT_EQ(v.getCountPolicy(), CCounterValue::CountAsInvalid);
+  EXPECT_TRUE(v.getEnableTrapReceiverCheck());
+  EXPECT_TRUE(v.isEventLoggingCritical());
+  EXPECT_FALSE(v.getTelnetCheck());
+  EXPECT_EQ(v.getString("TelnetCheck"), "false");
+  EXPECT_EQ(v.getNodeStatusList(), "0,1,2,1,1,1,2,1,2");
+  EXPECT_EQ(v.getTrayIconString(), "OrvaManager is cool!");
+  EXPECT_EQ(v.getWriteCommunity(), "private");
+  // Installation paths have no factory value.
+  EXPECT_EQ(v.getString("DataFile"), "");
+  EXPECT_EQ(ResetValues::factoryText("DataFile"), nullptr);
+
+  // --missing-only keeps what is there and fills what is not.
+  ASSERT_TRUE(v.setPollingInterval(5));
+  CRegistry(HKEY_LOCAL_MACHINE, kKey).deleteValue("TrapDataMax");
+  ASSERT_EQ(console("config reset --missing-only"), 0);
+  EXPECT_EQ(v.getPollingInterval(), 5);
+  EXPECT_EQ(v.getTrapDataMax(), 50);
+  ASSERT_EQ(console("config reset"), 0);
+  EXPECT_EQ(v.getPollingInterval(), 600);
+}
+
+TEST_F(DefaultValuesTest, ShowListsEverySettingWithItsFactoryValue) {
+  ASSERT_EQ(console("config reset"), 0);
+  std::string json;
+  ASSERT_EQ(console("config show --json", &json), 0);
+  EXPECT_NE(json.find("{\"name\": \"DefaultPollingInterval\", \"type\": \"int\", \"value\": \"600\", "
+                      "\"set\": true, \"factory\": \"600\"}"),
+            std::string::npos);
+  EXPECT_NE(json.find("{\"name\": \"DataFile\", \"type\": \"text\", \"value\": \"\", \"set\": false, "
+                      "\"factory\": null}"),
+            std::string::npos);
+  size_t entries = 0;
+  for (size_t at = json.find("{\"name\""); at != std::string::npos; at = json.find("{\"name\"", at + 1)) ++entries;
+  EXPECT_EQ(entries, 89u);
+}
+
+TEST_F(DefaultValuesTest, ExportAndImportTheSettingsKeyOnly) {
+  ASSERT_EQ(console("config reset"), 0);
+  const std::string file = home_ + "/settings.reg";
+  ASSERT_EQ(console("config export " + file), 0);
+  ASSERT_EQ(console("config set PollingTimer 9"), 0);
+  ASSERT_EQ(console("config import " + file), 0);
+  Values v;
+  EXPECT_EQ(v.getPollingTimer(), 1);
+
+  // A file that reaches outside the settings key is refused whole.
+  const std::string other = home_ + "/other.reg";
+  FILE* f = fopen(other.c_str(), "w");
+  fputs("REGEDIT4\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Velmoran\\OrvaManager]\r\n\"PollingTimer\"=\"5\"\r\n\r\n"
+        "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Elsewhere]\r\n\"x\"=\"1\"\r\n", f);
+  fclose(f);
+  EXPECT_EQ(console("config import " + other), 1);
+  EXPECT_EQ(v.getPollingTimer(), 1);
+  EXPECT_FALSE(CRegistry::keyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Elsewhere"));
+}
+
+TEST(DefaultValuesSingleton, OneInstance) {
+  EXPECT_EQ(DefaultValues::getDefault(), DefaultValues::getDefault());
+  EXPECT_NE(DefaultValues::findSetting("logsavelevel"), nullptr);
+  EXPECT_EQ(DefaultValues::findSetting("nope"), nullptr);
+}
+
+}  // namespace
