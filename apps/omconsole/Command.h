@@ -32,6 +32,8 @@ int importRegFile(const std::string& file, const std::string& within);
 int runConfig(const Args& args);
 void configStatus();
 
+int runArchive(const Args& args);
+
 int runSubtypes(const Args& args);
 void subtypesStatus();
 

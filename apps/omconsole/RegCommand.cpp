@@ -209,7 +209,7 @@ int exportRegKey(const std::string& keyName, const std::string& file, bool reged
   const om::RegFormat format = regedit4 ? om::RegFormat::kRegedit4 : om::RegFormat::kVersion5;
   std::string bytes;
   if (DWORD err = om::RegFile::exportKey(key.hive, key.path, format, &bytes)) return failOn(key, err);
-  vofstream out(file.c_str());
+  vofstream out(om::utf8ToCp932(file).c_str());
   if (!out.is_open() || !out.write(bytes.data(), bytes.size()) || !out.close()) return fail("cannot write " + file);
   return 0;
 }

@@ -11,22 +11,20 @@
 namespace omconsole {
 namespace {
 
-// The file named by the setting "SubtypeInformationFile", as a file name of
-// this system (UTF-8); empty when the setting is not set.
-std::string configuredFile() {
-  return om::cp932ToUtf8(DefaultValues::getDefault()->getSubtypeInformationFile());
-}
+// The file named by the setting "SubtypeInformationFile" (code page 932, as
+// the library takes file names); empty when the setting is not set.
+tstring configuredFile() { return DefaultValues::getDefault()->getSubtypeInformationFile(); }
 
 }  // namespace
 
 int runSubtypes(const Args& args) {
   if (args.size() > 1) return fail("usage: omconsole subtypes [FILE]", 2);
-  const std::string file = args.empty() ? configuredFile() : args[0];
+  const tstring file = args.empty() ? configuredFile() : tstring(om::utf8ToCp932(args[0]));
   if (file.empty()) {
     return fail("no FILE given and the setting SubtypeInformationFile is not set");
   }
   SubtypeInfo info;
-  if (!info.reload(tstring(file))) return fail("cannot read the subtype file '" + file + "'");
+  if (!info.reload(file)) return fail("cannot read the subtype file '" + om::cp932ToUtf8(file) + "'");
   for (const SubtypeInfo::element* e : info.getContainer()) {
     std::cout << om::cp932ToUtf8(e->toString()) << "\n";
   }
@@ -34,18 +32,18 @@ int runSubtypes(const Args& args) {
 }
 
 void subtypesStatus() {
-  const std::string file = configuredFile();
+  const tstring file = configuredFile();
   if (file.empty()) {
     std::cout << "subtypes: the setting SubtypeInformationFile is not set\n";
     return;
   }
   SubtypeInfo info;
-  if (!info.reload(tstring(file))) {
-    std::cout << "subtypes: cannot read the subtype file " << file << "\n";
+  if (!info.reload(file)) {
+    std::cout << "subtypes: cannot read the subtype file " << om::cp932ToUtf8(file) << "\n";
     return;
   }
   const size_t n = info.getContainer().size();
-  std::cout << "subtypes: " << file << " holds " << n << (n == 1 ? " subtype" : " subtypes") << "\n";
+  std::cout << "subtypes: " << om::cp932ToUtf8(file) << " holds " << n << (n == 1 ? " subtype" : " subtypes") << "\n";
 }
 
 }  // namespace omconsole

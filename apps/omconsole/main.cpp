@@ -16,6 +16,11 @@ int fail(const std::string& message, int status) {
 namespace {
 
 const Command kCommands[] = {
+    {"archive",
+     "archive dump FILE [--class NAME] [--json]  the records of an archive file, field by field\n"
+     "archive verify FILE [--class NAME]         read, write again in memory, compare the bytes\n"
+     "archive ... NAME reads records serialised directly, without class tags",
+     runArchive, nullptr},
     {"config",
      "config show [--json]              every setting: name, type, current and factory value\n"
      "config get NAME                   one setting as its getter reads it\n"

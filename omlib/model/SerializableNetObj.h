@@ -8,6 +8,7 @@
 
 #include <vector>
 
+#include "model/FieldWriter.h"
 #include "model/SnmpVersion.h"
 
 class NetworkObjectBase;
@@ -46,120 +47,125 @@ class SerializableNetObj : public CObject {
 
   void Serialize(CArchive& ar) override;
 
-  // A multi-line dump for diagnostics, one "Label: value\n" line per value.
-  CString toString() const;
+  // Every field by name, in declared order, for dumps.
+  om::RecordFields describeFields() const;
 
-  const CString& getName() const { return name_; }
-  void setName(const CString& name) { name_ = name; }
-  const CString& getDescription() const { return description_; }
-  void setDescription(const CString& description) { description_ = description; }
-  const CString& getDisplayName() const { return displayName_; }
-  void setDisplayName(const CString& displayName) { displayName_ = displayName; }
-  const CString& getDNSName() const { return DNSName_; }
-  void setDNSName(const CString& DNSName) { DNSName_ = DNSName; }
-  const CString& getMacAddress() const { return macAddress_; }
-  void setMacAddress(const CString& macAddress) { macAddress_ = macAddress; }
-  const CString& getSubnetMask() const { return subnetMask_; }
-  void setSubnetMask(const CString& subnetMask) { subnetMask_ = subnetMask; }
-  int getObjectType() const { return objectType_; }
-  void setObjectType(int objectType) { objectType_ = objectType; }
-  int getObjectFunction() const { return objectFunction_; }
-  void setObjectFunction(int objectFunction) { objectFunction_ = objectFunction; }
-  int getNodeStatus() const { return nodeStatus_; }
-  void setNodeStatus(int nodeStatus) { nodeStatus_ = nodeStatus; }
-  int getPortStatus() const { return portStatus_; }
-  void setPortStatus(int portStatus) { portStatus_ = portStatus; }
-  int getPortType() const { return portType_; }
-  void setPortType(int portType) { portType_ = portType; }
-  bool isOurProduct() const { return isOurProduct_; }
-  void setIsOurProduct(bool value) { isOurProduct_ = value; }
-  bool isExProduct() const { return isExProduct_; }
-  void setIsExProduct(bool value) { isExProduct_ = value; }
-  const CString& getVLANName() const { return VLANName_; }
-  void setVLANName(const CString& VLANName) { VLANName_ = VLANName; }
-  int getIfIndex() const { return ifIndex_; }
-  void setIfIndex(int ifIndex) { ifIndex_ = ifIndex; }
-  const CString& getSysObjectID() const { return sysObjectID_; }
-  void setSysObjectID(const CString& sysObjectID) { sysObjectID_ = sysObjectID; }
-  const CString& getReadCommunityName() const { return readCommunityName_; }
-  void setReadCommunityName(const CString& name) { readCommunityName_ = name; }
-  const CString& getWriteCommunityName() const { return writeCommunityName_; }
-  void setWriteCommunityName(const CString& name) { writeCommunityName_ = name; }
-  const CString& getSysName() const { return sysName_; }
-  void setSysName(const CString& sysName) { sysName_ = sysName; }
-  const CString& getSysContact() const { return sysContact_; }
-  void setSysContact(const CString& sysContact) { sysContact_ = sysContact; }
-  bool hasTelnet() const { return hasTelnet_; }
-  void setHasTelnet(bool value) { hasTelnet_ = value; }
-  bool hasHTTP() const { return hasHTTP_; }
-  void setHasHTTP(bool value) { hasHTTP_ = value; }
-  bool hasTFTP() const { return hasTFTP_; }
-  void setHasTFTP(bool value) { hasTFTP_ = value; }
-  bool hasStack() const { return hasStack_; }
-  void setHasStack(bool value) { hasStack_ = value; }
-  bool hasVlan() const { return hasVlan_; }
-  void setHasVlan(bool value) { hasVlan_ = value; }
-  int getPollingInterval() const { return pollingInterval_; }
-  void setPollingInterval(int interval) { pollingInterval_ = interval; }
-  bool isPollingPort() const { return isPollingPort_; }
-  void setIsPollingPort(bool value) { isPollingPort_ = value; }
-  int getDeleteInterval() const { return deleteInterval_; }
-  void setDeleteInterval(int interval) { deleteInterval_ = interval; }
-  int getNumber() const { return number_; }
-  void setNumber(int number) { number_ = number; }
-  bool isTrapped() const { return isTrapped_; }
-  void setIsTrapped(bool value) { isTrapped_ = value; }
-  SNMP_VERSION getSnmpVersion() const { return snmpVersion_; }
-  void setSnmpVersion(SNMP_VERSION version) { snmpVersion_ = version; }
-  int getSnmpPort() const { return snmpPort_; }
-  void setSnmpPort(int port) { snmpPort_ = port; }
+  const CString& getName() const { return f_.name; }
+  void setName(const CString& name) { f_.name = name; }
+  const CString& getDescription() const { return f_.description; }
+  void setDescription(const CString& description) { f_.description = description; }
+  const CString& getDisplayName() const { return f_.displayName; }
+  void setDisplayName(const CString& displayName) { f_.displayName = displayName; }
+  const CString& getDNSName() const { return f_.DNSName; }
+  void setDNSName(const CString& DNSName) { f_.DNSName = DNSName; }
+  const CString& getMacAddress() const { return f_.macAddress; }
+  void setMacAddress(const CString& macAddress) { f_.macAddress = macAddress; }
+  const CString& getSubnetMask() const { return f_.subnetMask; }
+  void setSubnetMask(const CString& subnetMask) { f_.subnetMask = subnetMask; }
+  int getObjectType() const { return f_.objectType; }
+  void setObjectType(int objectType) { f_.objectType = objectType; }
+  int getObjectFunction() const { return f_.objectFunction; }
+  void setObjectFunction(int objectFunction) { f_.objectFunction = objectFunction; }
+  int getNodeStatus() const { return f_.nodeStatus; }
+  void setNodeStatus(int nodeStatus) { f_.nodeStatus = nodeStatus; }
+  int getPortStatus() const { return f_.portStatus; }
+  void setPortStatus(int portStatus) { f_.portStatus = portStatus; }
+  int getPortType() const { return f_.portType; }
+  void setPortType(int portType) { f_.portType = portType; }
+  bool isOurProduct() const { return f_.isOurProduct; }
+  void setIsOurProduct(bool value) { f_.isOurProduct = value; }
+  bool isExProduct() const { return f_.isExProduct; }
+  void setIsExProduct(bool value) { f_.isExProduct = value; }
+  const CString& getVLANName() const { return f_.VLANName; }
+  void setVLANName(const CString& VLANName) { f_.VLANName = VLANName; }
+  int getIfIndex() const { return f_.ifIndex; }
+  void setIfIndex(int ifIndex) { f_.ifIndex = ifIndex; }
+  const CString& getSysObjectID() const { return f_.sysObjectID; }
+  void setSysObjectID(const CString& sysObjectID) { f_.sysObjectID = sysObjectID; }
+  const CString& getReadCommunityName() const { return f_.readCommunityName; }
+  void setReadCommunityName(const CString& name) { f_.readCommunityName = name; }
+  const CString& getWriteCommunityName() const { return f_.writeCommunityName; }
+  void setWriteCommunityName(const CString& name) { f_.writeCommunityName = name; }
+  const CString& getSysName() const { return f_.sysName; }
+  void setSysName(const CString& sysName) { f_.sysName = sysName; }
+  const CString& getSysContact() const { return f_.sysContact; }
+  void setSysContact(const CString& sysContact) { f_.sysContact = sysContact; }
+  bool hasTelnet() const { return f_.hasTelnet; }
+  void setHasTelnet(bool value) { f_.hasTelnet = value; }
+  bool hasHTTP() const { return f_.hasHTTP; }
+  void setHasHTTP(bool value) { f_.hasHTTP = value; }
+  bool hasTFTP() const { return f_.hasTFTP; }
+  void setHasTFTP(bool value) { f_.hasTFTP = value; }
+  bool hasStack() const { return f_.hasStack; }
+  void setHasStack(bool value) { f_.hasStack = value; }
+  bool hasVlan() const { return f_.hasVlan; }
+  void setHasVlan(bool value) { f_.hasVlan = value; }
+  int getPollingInterval() const { return f_.pollingInterval; }
+  void setPollingInterval(int interval) { f_.pollingInterval = interval; }
+  bool isPollingPort() const { return f_.isPollingPort; }
+  void setIsPollingPort(bool value) { f_.isPollingPort = value; }
+  int getDeleteInterval() const { return f_.deleteInterval; }
+  void setDeleteInterval(int interval) { f_.deleteInterval = interval; }
+  int getNumber() const { return f_.number; }
+  void setNumber(int number) { f_.number = number; }
+  bool isTrapped() const { return f_.isTrapped; }
+  void setIsTrapped(bool value) { f_.isTrapped = value; }
+  SNMP_VERSION getSnmpVersion() const { return f_.snmpVersion; }
+  void setSnmpVersion(SNMP_VERSION version) { f_.snmpVersion = version; }
+  int getSnmpPort() const { return f_.snmpPort; }
+  void setSnmpPort(int port) { f_.snmpPort = port; }
 
   // Address lists, as in NetworkObjectBase: add appends unless an equal text
   // is listed, remove erases the first equal text.
-  const std::vector<CString>& getIpAddresses() const { return ipAddresses_; }
+  const std::vector<CString>& getIpAddresses() const { return f_.ipAddresses; }
   void addIpAddress(const CString& address);
   void removeIpAddress(const CString& address);
-  void clearIpAddresses() { ipAddresses_.clear(); }
-  const std::vector<CString>& getIpv6Addresses() const { return ipv6Addresses_; }
+  void clearIpAddresses() { f_.ipAddresses.clear(); }
+  const std::vector<CString>& getIpv6Addresses() const { return f_.ipv6Addresses; }
   void addIpv6Address(const CString& address);
   void removeIpv6Address(const CString& address);
-  void clearIpv6Addresses() { ipv6Addresses_.clear(); }
+  void clearIpv6Addresses() { f_.ipv6Addresses.clear(); }
 
  private:
-  CString name_;
-  CString description_;
-  CString displayName_;
-  CString DNSName_;
-  CString macAddress_;
-  CString subnetMask_;
-  int objectType_ = 0;
-  int objectFunction_ = 0;
-  int nodeStatus_ = 0;
-  int portStatus_ = 0;
-  int portType_ = 0;
-  bool isOurProduct_ = false;
-  bool isExProduct_ = false;
-  CString VLANName_;
-  int ifIndex_ = 0;
-  CString sysObjectID_;
-  CString readCommunityName_;
-  CString writeCommunityName_;
-  CString sysName_;
-  CString sysContact_;
-  bool hasTelnet_ = false;
-  bool hasHTTP_ = false;
-  bool hasTFTP_ = false;
-  bool hasStack_ = false;
-  bool hasVlan_ = false;
-  int pollingInterval_ = 0;
-  bool isPollingPort_ = false;
-  int deleteInterval_ = 0;
-  int number_ = 0;
-  bool isTrapped_ = false;
-  SNMP_VERSION snmpVersion_ = SNMP_VERSION_NOT_SET;
-  std::vector<CString> ipv6Addresses_;
-  std::vector<CString> ipAddresses_;
-  int snmpPort_ = 0;
+  // The values, in declared order; copied as a whole.
+  struct Fields {
+    CString name;
+    CString description;
+    CString displayName;
+    CString DNSName;
+    CString macAddress;
+    CString subnetMask;
+    int objectType = 0;
+    int objectFunction = 0;
+    int nodeStatus = 0;
+    int portStatus = 0;
+    int portType = 0;
+    bool isOurProduct = false;
+    bool isExProduct = false;
+    CString VLANName;
+    int ifIndex = 0;
+    CString sysObjectID;
+    CString readCommunityName;
+    CString writeCommunityName;
+    CString sysName;
+    CString sysContact;
+    bool hasTelnet = false;
+    bool hasHTTP = false;
+    bool hasTFTP = false;
+    bool hasStack = false;
+    bool hasVlan = false;
+    int pollingInterval = 0;
+    bool isPollingPort = false;
+    int deleteInterval = 0;
+    int number = 0;
+    bool isTrapped = false;
+    SNMP_VERSION snmpVersion = SNMP_VERSION_NOT_SET;
+    std::vector<CString> ipv6Addresses;
+    std::vector<CString> ipAddresses;
+    int snmpPort = 0;
+  };
+
+  Fields f_;
 };
 
 #endif  // OMLIB_MODEL_SERIALIZABLENETOBJ_H_

@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <string>
 
+#include <om/codepage.h>
+
 #include "OsError.h"
 #include "ShareMode.h"
 
@@ -35,7 +37,9 @@ om::ShareRequest shareRequest(UINT nOpenFlags) {
 
 // Opens read-write where writing is asked for, so that the descriptor can
 // carry share marks; write-only when the file may not be read.
-int openDescriptor(LPCTSTR path, UINT nOpenFlags) {
+int openDescriptor(LPCTSTR name, UINT nOpenFlags) {
+  const std::string fsPath = om::fileSystemPath(name);
+  const char* path = fsPath.c_str();
   int flags = O_CLOEXEC;
   if (nOpenFlags & CFile::modeCreate) flags |= O_CREAT;
   if ((nOpenFlags & kAccessMask) == CFile::modeRead) return open(path, flags | O_RDONLY, 0666);
@@ -191,13 +195,13 @@ CString CFile::GetFileName() const {
 }
 
 void PASCAL CFile::Rename(LPCTSTR lpszOldName, LPCTSTR lpszNewName) {
-  if (std::rename(lpszOldName, lpszNewName) != 0) {
+  if (std::rename(om::fileSystemPath(lpszOldName).c_str(), om::fileSystemPath(lpszNewName).c_str()) != 0) {
     CFileException::ThrowOsError(om::win32ErrorFromErrno(errno), lpszOldName);
   }
 }
 
 void PASCAL CFile::Remove(LPCTSTR lpszFileName) {
-  if (unlink(lpszFileName) != 0) CFileException::ThrowOsError(om::win32ErrorFromErrno(errno), lpszFileName);
+  if (unlink(om::fileSystemPath(lpszFileName).c_str()) != 0) CFileException::ThrowOsError(om::win32ErrorFromErrno(errno), lpszFileName);
 }
 
 void CFile::throwErrno() const { CFileException::ThrowOsError(om::win32ErrorFromErrno(errno), m_strFileName); }

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <om/codepage.h>
+
 namespace {
 // Strings are read in pieces of at most this size, so that a damaged length
 // never allocates more than the bytes that actually arrive.
@@ -69,7 +71,7 @@ size_t vimemstream::doRead(void* data, size_t size) {
   return n;
 }
 
-vofstream::vofstream(const char* path) : path_(path == nullptr ? "" : path) {
+vofstream::vofstream(const char* path) : path_(om::fileSystemPath(path == nullptr ? "" : path)) {
   tempPath_ = path_ + ".tmpXXXXXX";
   const int fd = mkstemp(tempPath_.data());
   if (fd >= 0) {
@@ -113,7 +115,7 @@ void vofstream::discard() {
 }
 
 vifstream::vifstream(const char* path) {
-  file_ = path == nullptr ? nullptr : fopen(path, "rb");
+  file_ = path == nullptr ? nullptr : fopen(om::fileSystemPath(path).c_str(), "rb");
   if (file_ == nullptr) setFailed();
 }
 

@@ -17,6 +17,11 @@ std::string utf8ToCp932(std::string_view text);
 std::u16string utf8ToUtf16(std::string_view text);
 std::string utf16ToUtf8(std::u16string_view text);
 
+// The name of a file as the kernel knows it (UTF-8) for a file name as the
+// library holds it (code page 932). Every file opened by the platform layer
+// goes through this.
+inline std::string fileSystemPath(std::string_view cp932Path) { return cp932ToUtf8(cp932Path); }
+
 // True when `c` starts a double-byte character of code page 932.
 inline bool isCp932LeadByte(unsigned char c) {
   return (c >= 0x81 && c <= 0x9F) || (c >= 0xE0 && c <= 0xFC);

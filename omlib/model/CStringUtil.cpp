@@ -1,4 +1,4 @@
-#include "model/ArchiveStrings.h"
+#include "model/CStringUtil.h"
 
 #include <algorithm>
 
@@ -18,37 +18,13 @@ std::vector<std::string> toStdStrings(const std::vector<CString>& texts) {
   return result;
 }
 
-bool containsString(const std::vector<CString>& list, const CString& text) {
-  return std::find(list.begin(), list.end(), text) != list.end();
-}
-
 void addUniqueString(std::vector<CString>& list, const CString& text) {
-  if (!containsString(list, text)) list.push_back(text);
+  if (std::find(list.begin(), list.end(), text) == list.end()) list.push_back(text);
 }
 
 void removeString(std::vector<CString>& list, const CString& text) {
   const auto it = std::find(list.begin(), list.end(), text);
   if (it != list.end()) list.erase(it);
-}
-
-void storeStrings(CArchive& ar, const std::vector<CString>& list) {
-  ar << static_cast<LONG>(list.size());
-  for (const CString& text : list) ar << text;
-}
-
-void loadStrings(CArchive& ar, std::vector<CString>& list, bool unique) {
-  list.clear();
-  LONG count = 0;
-  ar >> count;
-  for (LONG i = 0; i < count; ++i) {
-    CString text;
-    ar >> text;
-    if (unique) {
-      addUniqueString(list, text);
-    } else {
-      list.push_back(text);
-    }
-  }
 }
 
 }  // namespace om
