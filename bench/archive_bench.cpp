@@ -5,6 +5,8 @@
 // object variants, through CObject pointers with class tags.
 #include <benchmark/benchmark.h>
 
+#include "RatioReporter.h"
+
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -143,39 +145,18 @@ BENCHMARK(BM_StoreObjects)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LoadObjects)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Memcpy)->Unit(benchmark::kMillisecond);
 
-// Prints as the console reporter does and keeps each benchmark's throughput.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs) {
-      const auto it = r.counters.find("bytes_per_second");
-      if (r.run_type == Run::RT_Iteration && !r.error_occurred && it != r.counters.end()) {
-        rates_[r.benchmark_name()] = it->second.value;
-      }
-    }
-  }
-  double rate(const std::string& name) const {
-    const auto it = rates_.find(name);
-    return it == rates_.end() ? 0 : it->second;
-  }
-
- private:
-  std::map<std::string, double> rates_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  om::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  const double memcpyRate = reporter.rate("BM_Memcpy");
+  const double memcpyRate = reporter.bytesPerSecond("BM_Memcpy");
   if (memcpyRate <= 0) return 0;
   std::printf("archive bytes: %zu as fields, %zu as objects, for %d records\n", fieldBytes().size(),
               objectBytes().size(), kRecords);
   for (const char* name : {"BM_StoreFields", "BM_LoadFields", "BM_StoreObjects", "BM_LoadObjects"}) {
-    const double rate = reporter.rate(name);
+    const double rate = reporter.bytesPerSecond(name);
     if (rate > 0) {
       std::printf("%-16s %8.1f MB/s  memcpy %8.1f MB/s  memcpy / archive = %.1f x\n", name, rate / 1e6,
                   memcpyRate / 1e6, memcpyRate / rate);

@@ -5,6 +5,8 @@
 // Japanese text in code page 932.
 #include <benchmark/benchmark.h>
 
+#include "RatioReporter.h"
+
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -112,38 +114,17 @@ BENCHMARK(BM_Format)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Unformat)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemchrCommas)->Unit(benchmark::kMillisecond);
 
-// Prints as the console reporter does and keeps each benchmark's throughput.
-class RateReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs) {
-      const auto it = r.counters.find("bytes_per_second");
-      if (r.run_type == Run::RT_Iteration && !r.error_occurred && it != r.counters.end()) {
-        rates_[r.benchmark_name()] = it->second.value;
-      }
-    }
-  }
-  double rate(const std::string& name) const {
-    const auto it = rates_.find(name);
-    return it == rates_.end() ? 0 : it->second;
-  }
-
- private:
-  std::map<std::string, double> rates_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RateReporter reporter;
+  om::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  const double scan = reporter.rate("BM_MemchrCommas");
+  const double scan = reporter.bytesPerSecond("BM_MemchrCommas");
   if (scan <= 0) return 0;
   std::printf("%d lines, %zu bytes\n", kRecords, lineBytes());
   for (const char* name : {"BM_Format", "BM_Unformat"}) {
-    const double rate = reporter.rate(name);
+    const double rate = reporter.bytesPerSecond(name);
     if (rate > 0) {
       std::printf("%-12s %8.1f MB/s  memchr scan %8.1f MB/s  scan / %s = %.1f x\n", name, rate / 1e6, scan / 1e6,
                   name + 3, scan / rate);

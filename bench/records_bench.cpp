@@ -8,6 +8,8 @@
 // kernel's.
 #include <benchmark/benchmark.h>
 
+#include "RatioReporter.h"
+
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -159,45 +161,24 @@ BENCHMARK_CAPTURE(BM_Write, objects, true)->Unit(benchmark::kMillisecond)->UseRe
 BENCHMARK_CAPTURE(BM_Read, objects, true)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_RawCopy)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// Prints as the console reporter does and keeps each benchmark's rates.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  struct Rates {
-    double records = 0;
-    double bytes = 0;
-  };
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      Rates& rates = rates_[r.benchmark_name()];
-      if (const auto it = r.counters.find("items_per_second"); it != r.counters.end()) rates.records = it->second;
-      if (const auto it = r.counters.find("bytes_per_second"); it != r.counters.end()) rates.bytes = it->second;
-    }
-  }
-  const std::map<std::string, Rates>& rates() const { return rates_; }
-
- private:
-  std::map<std::string, Rates> rates_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  om::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  const auto& rates = reporter.rates();
-  const auto copy = rates.find("BM_RawCopy/real_time");
-  if (copy == rates.end() || copy->second.bytes <= 0) return 0;
+  const char* const kCopy = "BM_RawCopy/real_time";
+  const double copy = reporter.bytesPerSecond(kCopy);
+  if (copy <= 0) return 0;
   std::printf("archive file: %lld bytes as fields, %lld as objects, for %d records\n",
               static_cast<long long>(sizeOf(archive(false))), static_cast<long long>(sizeOf(archive(true))),
               kRecords);
-  for (const auto& [name, r] : rates) {
-    if (name == copy->first || r.bytes <= 0) continue;
-    std::printf("%-28s %10.0f records/s %8.1f MB/s   raw copy %8.1f MB/s = %.1f x the archive\n", name.c_str(),
-                r.records, r.bytes / 1e6, copy->second.bytes / 1e6, copy->second.bytes / r.bytes);
+  for (const char* name : {"BM_Write/fields/real_time", "BM_Read/fields/real_time", "BM_Write/objects/real_time",
+                           "BM_Read/objects/real_time"}) {
+    const double bytes = reporter.bytesPerSecond(name);
+    if (bytes <= 0) continue;
+    std::printf("%-28s %10.0f records/s %8.1f MB/s   raw copy %8.1f MB/s = %.1f x the archive\n", name,
+                reporter.itemsPerSecond(name), bytes / 1e6, copy / 1e6, copy / bytes);
   }
   return 0;
 }

@@ -3,6 +3,8 @@
 // CRegistry::getValue: a read transaction that sees the latest commit of
 // any process, the lookup, and the copy of the text.
 #include <benchmark/benchmark.h>
+
+#include "RatioReporter.h"
 #include <unistd.h>
 
 #include <cstdlib>
@@ -66,26 +68,6 @@ void BM_UnorderedMapLookup(benchmark::State& state) {
 }
 BENCHMARK(BM_UnorderedMapLookup);
 
-// Prints as the console reporter does and keeps each benchmark's time.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_Tabular) {}
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs) {
-      if (r.run_type == Run::RT_Iteration && !r.error_occurred) times_[r.benchmark_name()] = r.GetAdjustedRealTime();
-    }
-  }
-  double time(const std::string& name) const {
-    const auto it = times_.find(name);
-    return it == times_.end() ? 0 : it->second;
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -100,7 +82,8 @@ int main(int argc, char** argv) {
   }
 
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  om::RatioReporter reporter(isatty(STDOUT_FILENO) ? benchmark::ConsoleReporter::OO_Defaults
+                                                         : benchmark::ConsoleReporter::OO_Tabular);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   const double registry = reporter.time("BM_RegistryRead");
   const double map = reporter.time("BM_UnorderedMapLookup");

@@ -85,7 +85,11 @@ DefaultValues* openValues() {
 int show(bool json) {
   DefaultValues* values = openValues();
   if (values == nullptr) return 1;
-  if (json) std::cout << "[\n";
+  if (json) {
+    std::cout << "[\n";
+  } else {
+    std::printf("%-30s %-5s %-24s %s\n", "NAME", "TYPE", "VALUE", "FACTORY");
+  }
   const auto& settings = DefaultValues::settings();
   for (size_t i = 0; i < settings.size(); ++i) {
     const DefaultValues::Setting& s = settings[i];

@@ -76,11 +76,9 @@ std::string CMibNode::getNodeShortName() const { return afterLastDot(nodeName_);
 
 std::string CMibNode::getNodeShortNameSubId() const {
   std::string name = getNodeShortName();
-  if (isTrapNode()) {
-    name += "(" + std::to_string(getTrapNumber()) + ")";
-  } else if (!oidString_.empty()) {
-    name += "(" + afterLastDot(oidString_) + ")";
-  }
+  if (!isTrapNode() && oidString_.empty()) return name;
+  const std::string subId = isTrapNode() ? std::to_string(getTrapNumber()) : afterLastDot(oidString_);
+  name.append(1, '(').append(subId).append(1, ')');
   return name;
 }
 
