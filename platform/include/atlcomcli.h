@@ -6,6 +6,7 @@
 
 #include <cassert>
 #include <cstddef>
+#include <memory>
 #include <type_traits>
 
 #include <objbase.h>
@@ -37,7 +38,7 @@ class CComPtr {
   }
   T* operator=(const CComPtr& lp) noexcept { return *this = lp.p; }
   CComPtr& operator=(CComPtr&& lp) noexcept {
-    if (this != &lp) Attach(lp.Detach());
+    if (this != std::addressof(lp)) Attach(lp.Detach());
     return *this;
   }
 

@@ -135,6 +135,21 @@ TEST(CComPtr, OwnsOneReference) {
   raw->Release();
 }
 
+TEST(CComPtr, MovesInsideContainers) {
+  IValue* raw = new comtest::Value;
+  {
+    std::vector<CComPtr<IValue>> list(3);
+    for (auto& p : list) p = raw;
+    EXPECT_EQ(refCount(raw), 4u);
+    list.erase(list.begin());  // moves the later elements down
+    EXPECT_EQ(refCount(raw), 3u);
+    list[0] = std::move(list[0]);  // self-move keeps the reference
+    EXPECT_EQ(refCount(raw), 3u);
+  }
+  EXPECT_EQ(refCount(raw), 1u);
+  raw->Release();
+}
+
 TEST(CComPtr, QIPtrQueriesAndDistinguishesObjects) {
   CComPtr<IValue> first;
   first.Attach(new comtest::Value(1));
