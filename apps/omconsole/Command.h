@@ -37,6 +37,12 @@ int runArchive(const Args& args);
 int runSubtypes(const Args& args);
 void subtypesStatus();
 
+// The probes: ping, trace route, path ping (IPv4) and ICMPv6 echo.
+int runPing(const Args& args);
+int runTrace(const Args& args);
+int runPathPing(const Args& args);
+int runPing6(const Args& args);
+
 }  // namespace omconsole
 
 #endif  // OM_APPS_OMCONSOLE_COMMAND_H_

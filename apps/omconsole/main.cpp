@@ -41,6 +41,22 @@ const Command kCommands[] = {
     {"subtypes",
      "subtypes [FILE]                   the log subtype table (FILE: SubtypeInformationFile)",
      runSubtypes, subtypesStatus},
+    {"ping",
+     "ping HOST [-n COUNT] [-w MS] [-i MS] [-l SIZE] [-t TTL] [-d] [--discovery]  ICMP echo\n"
+     "ping ... defaults: TimeoutPollingForPing (s), RetryCountPollingForPing, PingInterval (ms)",
+     runPing, nullptr},
+    {"trace",
+     "trace HOST [-q QUERIES] [-h MAXHOP] [-w MS] [-l SIZE] [-d] [-e]  trace route\n"
+     "trace ... defaults: PathTestQueries, PathTestMaxHop, PathTestTimeout (s), PathTestDataSize",
+     runTrace, nullptr},
+    {"pathping",
+     "pathping HOST [-q QUERIES] [-h MAXHOP] [-n COUNT] [-w MS] [-i MS] [-l SIZE] [-t TTL] [-d] [-e]\n"
+     "pathping ... trace route, then ping each hop (-n: RetryCountPollingForPing, -i: PathTestInterval)",
+     runPathPing, nullptr},
+    {"ping6",
+     "ping6 HOST [-n COUNT] [-w MS] [-l SIZE] [-t HOPLIMIT]  ICMPv6 echo\n"
+     "ping6 ... defaults: TimeoutPollingForPing6 (s), RetryCountPollingForPing6",
+     runPing6, nullptr},
 };
 
 void printUsage() {

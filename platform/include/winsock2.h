@@ -208,4 +208,223 @@ int gethostname(char* name, int length);
 // WSANOTINITIALISED.
 struct hostent* gethostbyname(const char* name);
 
+// ---- Sockets: creation and life ---------------------------------------------------------
+//
+// A SOCKET is the kernel's file descriptor. Address families, socket types
+// and protocols are the Windows values above; sockaddr_in6 arguments have the
+// Windows layout (family 23). Every call needs WSAStartup and fails with
+// SOCKET_ERROR (or INVALID_SOCKET) and a Winsock error in the last error.
+
+typedef unsigned int GROUP;
+
+#define WSA_FLAG_OVERLAPPED 0x01
+#define WSA_FLAG_NO_HANDLE_INHERIT 0x80
+
+// Creates a socket. A raw IPv4 ICMP socket (AF_INET, SOCK_RAW, IPPROTO_ICMP)
+// that the kernel refuses for want of privilege (no CAP_NET_RAW) is made from
+// an ICMP datagram socket instead, when net.ipv4.ping_group_range admits the
+// caller: the socket then still sends ICMP echo requests and receives whole
+// IPv4 datagrams (a 20-byte IP header before each ICMP message), its echo
+// replies carry the identifier the caller sent, and the ICMP errors about its
+// requests arrive as ICMP error datagrams, as on a raw socket. Such a socket
+// sends echo requests only and receives only the replies and errors for its
+// own requests. Protocol info and group are not supported (must be null and 0).
+SOCKET WSASocketA(int af, int type, int protocol, LPWSAPROTOCOL_INFOA protocolInfo, GROUP group,
+                  DWORD flags);
+#define WSASocket WSASocketA
+SOCKET socket(int af, int type, int protocol);
+// Closes the socket and cancels its WSAEventSelect.
+int closesocket(SOCKET s);
+
+#define SD_RECEIVE 0
+#define SD_SEND 1
+#define SD_BOTH 2
+int shutdown(SOCKET s, int how);
+
+int bind(SOCKET s, const struct sockaddr* name, int nameLength);
+// A non-blocking socket answers WSAEWOULDBLOCK while the connection is being
+// made; FD_CONNECT (or select) then tells the outcome.
+int connect(SOCKET s, const struct sockaddr* name, int nameLength);
+#define SOMAXCONN 0x7fffffff
+int listen(SOCKET s, int backlog);
+// The new socket inherits the listening socket's WSAEventSelect.
+SOCKET accept(SOCKET s, struct sockaddr* address, int* addressLength);
+int getsockname(SOCKET s, struct sockaddr* name, int* nameLength);
+int getpeername(SOCKET s, struct sockaddr* name, int* nameLength);
+
+// ---- Sending and receiving ---------------------------------------------------------------
+
+#define MSG_OOB 0x1
+#define MSG_PEEK 0x2
+#define MSG_DONTROUTE 0x4
+#define MSG_WAITALL 0x8
+
+// A blocking call that runs out of SO_SNDTIMEO / SO_RCVTIMEO fails with
+// WSAETIMEDOUT, a non-blocking one that cannot go on with WSAEWOULDBLOCK. A
+// datagram longer than the buffer fills it and fails with WSAEMSGSIZE.
+// Writing to a closed connection fails with WSAESHUTDOWN or WSAECONNRESET and
+// raises no signal.
+int send(SOCKET s, const char* buffer, int length, int flags);
+int sendto(SOCKET s, const char* buffer, int length, int flags, const struct sockaddr* to, int toLength);
+int recv(SOCKET s, char* buffer, int length, int flags);
+int recvfrom(SOCKET s, char* buffer, int length, int flags, struct sockaddr* from, int* fromLength);
+
+// ---- Socket options ------------------------------------------------------------------------
+//
+// Option levels and names are the Windows numbers; the values have the
+// Windows types (BOOL and int options are 4 bytes; SO_RCVTIMEO and
+// SO_SNDTIMEO a DWORD of milliseconds, 0 for no limit; SO_LINGER a linger of
+// two u_short; SO_ERROR a Winsock error). An option not listed here fails with
+// WSAENOPROTOOPT, a value shorter than its type with WSAEFAULT.
+
+#define SOL_SOCKET 0xffff
+#define SO_DEBUG 0x0001
+#define SO_ACCEPTCONN 0x0002
+#define SO_REUSEADDR 0x0004
+#define SO_KEEPALIVE 0x0008
+#define SO_DONTROUTE 0x0010
+#define SO_BROADCAST 0x0020
+#define SO_LINGER 0x0080
+#define SO_OOBINLINE 0x0100
+#define SO_SNDBUF 0x1001
+#define SO_RCVBUF 0x1002
+#define SO_SNDTIMEO 0x1005
+#define SO_RCVTIMEO 0x1006
+#define SO_ERROR 0x1007
+#define SO_TYPE 0x1008
+
+#define IP_OPTIONS 1
+#define IP_HDRINCL 2
+#define IP_TOS 3
+#define IP_TTL 4
+#define IP_MULTICAST_IF 9
+#define IP_MULTICAST_TTL 10
+#define IP_MULTICAST_LOOP 11
+#define IP_DONTFRAGMENT 14
+
+#define TCP_NODELAY 0x0001
+
+#define IPV6_UNICAST_HOPS 4
+#define IPV6_MULTICAST_HOPS 10
+#define IPV6_V6ONLY 27
+
+typedef struct linger {
+  USHORT l_onoff;
+  USHORT l_linger;
+} LINGER, *PLINGER, *LPLINGER;
+
+int setsockopt(SOCKET s, int level, int name, const char* value, int length);
+int getsockopt(SOCKET s, int level, int name, char* value, int* length);
+
+// ---- I/O control ------------------------------------------------------------------------------
+
+// The Windows command numbers. FIONBIO switches blocking off (non-zero) or
+// on; FIONREAD gives the bytes the next recv returns: the next datagram's
+// length (with its IP header on a raw socket) or the bytes queued on a stream.
+#define FIONREAD ((LONG)0x4004667F)
+#define FIONBIO ((LONG)0x8004667E)
+#define SIOCATMARK ((LONG)0x40047307)
+
+int ioctlsocket(SOCKET s, LONG command, ULONG* argument);
+
+// ---- select ------------------------------------------------------------------------------------
+//
+// fd_set, FD_SET, FD_CLR, FD_ISSET, FD_ZERO, FD_SETSIZE and struct timeval are
+// the C library's: a SOCKET is a descriptor, so its sets serve unchanged.
+// The C library also declares select with the same argument types, so the
+// macro below sends every select call of five arguments made after this
+// header to the Winsock version, which ignores nfds and leaves the time-out
+// untouched, as on Windows, and reports a connection that failed in the
+// exception set. Calls with another number of arguments (a member function
+// named select, say) are left alone.
+
+#include <sys/select.h>
+
+typedef struct timeval TIMEVAL, *PTIMEVAL, *LPTIMEVAL;
+
+int WSAAPI om_winsock_select(int nfds, fd_set* readfds, fd_set* writefds, fd_set* exceptfds,
+                             const struct timeval* timeout);
+#define OM_WINSOCK_SELECT_PICK(a1, a2, a3, a4, a5, a6, a7, a8, a9, name, ...) name
+#define select(...)                                                                            \
+  OM_WINSOCK_SELECT_PICK(__VA_ARGS__, select, select, select, select, om_winsock_select, select, \
+                         select, select, select, select)                                       \
+  (__VA_ARGS__)
+
+// ---- Event objects -------------------------------------------------------------------------------
+//
+// A WSAEVENT is a manual-reset event that starts unsignalled. Here it is also
+// a kernel HANDLE (WaitForSingleObject and CloseHandle work on it), built on
+// an eventfd. WSAEventSelect ties a socket to it: the socket becomes
+// non-blocking, and each network event of the mask is recorded, with its
+// error code, when its condition arises, and signals the event. Conditions
+// are found with poll(2) by the calls that look at the socket
+// (WSAWaitForMultipleEvents, WaitForSingleObject, WSAEnumNetworkEvents); no
+// thread runs behind them. As on Windows, an event once recorded is not
+// recorded again until the call that re-enables it: FD_READ and FD_OOB after
+// recv or recvfrom, FD_WRITE after a send that failed with WSAEWOULDBLOCK,
+// FD_ACCEPT after accept; FD_CONNECT and FD_CLOSE come once per connection.
+// An alertable wait is an ordinary wait here: no I/O completion routine
+// exists to end it with WSA_WAIT_IO_COMPLETION.
+
+typedef HANDLE WSAEVENT;
+typedef HANDLE* LPWSAEVENT;
+
+#define WSA_INVALID_EVENT ((WSAEVENT)nullptr)
+#define WSA_MAXIMUM_WAIT_EVENTS 64
+#define WSA_WAIT_FAILED WAIT_FAILED
+#define WSA_WAIT_EVENT_0 WAIT_OBJECT_0
+#define WSA_WAIT_IO_COMPLETION WAIT_IO_COMPLETION
+#define WSA_WAIT_TIMEOUT WAIT_TIMEOUT
+#define WSA_INFINITE INFINITE
+
+#define FD_READ_BIT 0
+#define FD_READ (1 << FD_READ_BIT)
+#define FD_WRITE_BIT 1
+#define FD_WRITE (1 << FD_WRITE_BIT)
+#define FD_OOB_BIT 2
+#define FD_OOB (1 << FD_OOB_BIT)
+#define FD_ACCEPT_BIT 3
+#define FD_ACCEPT (1 << FD_ACCEPT_BIT)
+#define FD_CONNECT_BIT 4
+#define FD_CONNECT (1 << FD_CONNECT_BIT)
+#define FD_CLOSE_BIT 5
+#define FD_CLOSE (1 << FD_CLOSE_BIT)
+#define FD_QOS_BIT 6
+#define FD_QOS (1 << FD_QOS_BIT)
+#define FD_GROUP_QOS_BIT 7
+#define FD_GROUP_QOS (1 << FD_GROUP_QOS_BIT)
+#define FD_ROUTING_INTERFACE_CHANGE_BIT 8
+#define FD_ROUTING_INTERFACE_CHANGE (1 << FD_ROUTING_INTERFACE_CHANGE_BIT)
+#define FD_ADDRESS_LIST_CHANGE_BIT 9
+#define FD_ADDRESS_LIST_CHANGE (1 << FD_ADDRESS_LIST_CHANGE_BIT)
+#define FD_MAX_EVENTS 10
+#define FD_ALL_EVENTS ((1 << FD_MAX_EVENTS) - 1)
+
+typedef struct _WSANETWORKEVENTS {
+  LONG lNetworkEvents;
+  int iErrorCode[FD_MAX_EVENTS];
+} WSANETWORKEVENTS, *LPWSANETWORKEVENTS;
+
+// Null on failure (WSA_NOT_ENOUGH_MEMORY, WSANOTINITIALISED).
+WSAEVENT WSACreateEvent();
+// Closes the event and cancels the WSAEventSelect of every socket tied to it.
+BOOL WSACloseEvent(WSAEVENT event);
+BOOL WSASetEvent(WSAEVENT event);
+BOOL WSAResetEvent(WSAEVENT event);
+// Ties `s` to `event` for the FD_* events of `mask` (a mask of 0 unties it)
+// and clears the socket's recorded events; conditions already present are
+// recorded at once.
+int WSAEventSelect(SOCKET s, WSAEVENT event, LONG mask);
+// Waits until one (or, with `waitAll`, every) event is signalled: returns
+// WSA_WAIT_EVENT_0 plus the index of the lowest signalled event,
+// WSA_WAIT_TIMEOUT, or WSA_WAIT_FAILED with WSA_INVALID_HANDLE (an event not
+// made by WSACreateEvent) or WSA_INVALID_PARAMETER (no events, or more than
+// WSA_MAXIMUM_WAIT_EVENTS). Events stay signalled.
+DWORD WSAWaitForMultipleEvents(DWORD count, const WSAEVENT* events, BOOL waitAll, DWORD milliseconds,
+                               BOOL alertable);
+// The events recorded for `s` since the last call, with their error codes,
+// after looking at the socket once more; clears them and resets `event`
+// when it is not null.
+int WSAEnumNetworkEvents(SOCKET s, WSAEVENT event, LPWSANETWORKEVENTS networkEvents);
+
 #endif  // OM_PLATFORM_WINSOCK2_H_
