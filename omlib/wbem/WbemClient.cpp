@@ -82,6 +82,11 @@ void WbemClient::attach(IWbemServices* services) {
 
 void WbemClient::dettach() { attach(nullptr); }
 
+bool WbemClient::keepResult(bool ok) {
+  m_dwErrorCode = ok ? 0 : GetLastError();
+  return ok;
+}
+
 IWbemClassObject* WbemClient::getClass() {
   if (m_pClass == nullptr) {
     const HRESULT hr = fetchClass(m_pServices, getClassName(), m_pClass);
@@ -115,6 +120,65 @@ bool WbemClient::getStringArray(const CComVariant& value, std::vector<tstring>& 
 
 bool WbemClient::getStringArray(const CComVariant& value, std::vector<std::string>& items) {
   return readArray(value, items);
+}
+
+bool WbemClient::runReturnValueMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink) {
+  bool value = false;
+  return runMethod(access, method, sink, "ReturnValue", value) && (sink != nullptr || value);
+}
+
+HRESULT WbemClient::putProperty(IWbemClassObject* instance, LPCWSTR name, const CComVariant& value) {
+  CComVariant copy(value);
+  return instance->Put(name, 0, &copy, 0);
+}
+
+HRESULT WbemClient::putProperty(IWbemClassObject* instance, LPCWSTR name, const std::string& text) {
+  return putProperty(instance, name, CComVariant(text.c_str()));
+}
+
+HRESULT WbemClient::putProperty(IWbemClassObject* instance, LPCWSTR name, const std::vector<std::string>& texts) {
+  CComVariant array;
+  if (!createStringSafeArray(texts, array)) return WBEM_E_OUT_OF_MEMORY;
+  return putProperty(instance, name, array);
+}
+
+namespace {
+
+CComVariant propertyOf(IWbemClassObject* instance, LPCWSTR name) {
+  CComVariant value;
+  if (FAILED(instance->Get(name, 0, &value, nullptr, nullptr))) value.Clear();
+  return value;
+}
+
+}  // namespace
+
+bool WbemClient::getProperty(IWbemClassObject* instance, LPCWSTR name, int& value) {
+  const CComVariant v = propertyOf(instance, name);
+  if (v.vt != VT_I4) return false;
+  value = v.lVal;
+  return true;
+}
+
+bool WbemClient::getProperty(IWbemClassObject* instance, LPCWSTR name, bool& value) {
+  const CComVariant v = propertyOf(instance, name);
+  if (v.vt != VT_BOOL) return false;
+  value = v.boolVal != VARIANT_FALSE;
+  return true;
+}
+
+std::string WbemClient::getStringProperty(IWbemClassObject* instance, LPCWSTR name) {
+  return textOf(propertyOf(instance, name));
+}
+
+std::vector<std::string> WbemClient::getStringsProperty(IWbemClassObject* instance, LPCWSTR name) {
+  std::vector<std::string> items;
+  if (!getStringArray(propertyOf(instance, name), items)) items.clear();
+  return items;
+}
+
+std::string WbemClient::textOf(const VARIANT& value) {
+  if (value.vt != VT_BSTR) return std::string();
+  return tstring().fromBSTR(value.bstrVal);
 }
 
 // ---- WbemAccess ---------------------------------------------------------------------
@@ -277,7 +341,7 @@ bool WbemAccess::execute(const tstring& method, IWbemObjectSink* sink) {
     const HRESULT hr = m_pServices->ExecMethodAsync(path, methodName, 0, context, inParams, sink);
     return SUCCEEDED(hr) || fail(hr);
   }
-  m_pOutParams.Release();
+  clearOutParam();
   const HRESULT hr = m_pServices->ExecMethod(path, methodName, 0, context, inParams, &m_pOutParams, nullptr);
   if (FAILED(hr)) return fail(hr);
   return m_pOutParams != nullptr || fail(WBEM_E_FAILED);
@@ -306,19 +370,53 @@ bool WbemAccess::getOutput(const tstring& name, int& value) {
   return true;
 }
 
-bool WbemAccess::getOutput(const tstring& name, std::vector<tstring>& values) {
+template <class Text>
+bool WbemAccess::getStrings(const tstring& name, std::vector<Text>& values) {
   CComVariant v;
   if (!getOutput(name, v)) return false;
   return WbemClient::getStringArray(v, values) || fail(WBEM_E_TYPE_MISMATCH);
 }
 
+bool WbemAccess::getOutput(const tstring& name, std::vector<tstring>& values) { return getStrings(name, values); }
+
+bool WbemAccess::getOutput(const tstring& name, std::vector<std::string>& values) { return getStrings(name, values); }
+
 bool WbemAccess::getOutput(const tstring& name, IWbemClassObject** object) {
   *object = nullptr;
-  CComVariant v;
-  if (!getOutput(name, v)) return false;
-  if (v.vt != VT_UNKNOWN || v.punkVal == nullptr) return fail(WBEM_E_TYPE_MISMATCH);
-  const HRESULT hr = v.punkVal->QueryInterface(IID_IWbemClassObject, reinterpret_cast<void**>(object));
+  // The value is read once; each call then takes its next element.
+  if (name != m_tstrEmbeddedName) {
+    m_tstrEmbeddedName.clear();
+    if (!getOutput(name, m_embedded)) return false;
+    m_tstrEmbeddedName = name;
+    m_lEmbeddedIndex = 0;
+  }
+  const CComVariant& v = m_embedded;
+  CComPtr<IUnknown> element;
+  if (v.vt == VT_UNKNOWN) {
+    if (m_lEmbeddedIndex == 0) element = v.punkVal;
+  } else if (v.vt == (VT_ARRAY | VT_UNKNOWN) && v.parray != nullptr) {
+    LONG lower = 0;
+    LONG upper = -1;
+    SafeArrayGetLBound(v.parray, 1, &lower);
+    SafeArrayGetUBound(v.parray, 1, &upper);
+    LONG index = lower + m_lEmbeddedIndex;
+    if (index <= upper) {
+      const HRESULT hr = SafeArrayGetElement(v.parray, &index, &element.p);
+      if (FAILED(hr)) return fail(hr);
+    }
+  } else if (v.vt != VT_NULL && v.vt != VT_EMPTY) {
+    return fail(WBEM_E_TYPE_MISMATCH);
+  }
+  ++m_lEmbeddedIndex;
+  if (element == nullptr) return true;
+  const HRESULT hr = element->QueryInterface(IID_IWbemClassObject, reinterpret_cast<void**>(object));
   return SUCCEEDED(hr) || fail(hr);
+}
+
+void WbemAccess::clearOutParam() {
+  m_pOutParams.Release();
+  m_tstrEmbeddedName.clear();
+  m_embedded.Clear();
 }
 
 bool WbemAccess::getOutput(ULONG count, IWbemClassObject** objects, ULONG& returned) {

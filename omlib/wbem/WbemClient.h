@@ -19,6 +19,8 @@ namespace om {
 CComBSTR bstrOf(const tstring& text);
 }  // namespace om
 
+class WbemAccess;
+
 // Base of every client wrapper: holds the services of a connection (not
 // owned; the connection owns them) and converts between WMI values and the
 // library's types. A wrapper supplies its class name and the two value
@@ -39,6 +41,10 @@ class WbemClient {
   virtual void dettach();
   virtual IWbemServices* getServices() const { return m_pServices; }
 
+  // The HRESULT of the wrapper's last failed operation (0 after a success).
+  unsigned long getErrorCode() const { return m_dwErrorCode; }
+  void setErrorCode(unsigned long code) { m_dwErrorCode = static_cast<DWORD>(code); }
+
   // The WMI class this wrapper reads and writes.
   virtual tstring getClassName() const = 0;
   // Copy the wrapper's fields into `instance` before a put, and out of an
@@ -53,6 +59,8 @@ class WbemClient {
   // gives an empty list and true).
   static bool getStringArray(const CComVariant& value, std::vector<tstring>& items);
   static bool getStringArray(const CComVariant& value, std::vector<std::string>& items);
+  // The narrow text of a string value, empty for any other value.
+  static std::string textOf(const VARIANT& value);
 
  protected:
   friend class WbemAccess;
@@ -63,8 +71,39 @@ class WbemClient {
   // A new instance of `cls` (the caller releases it); null on failure.
   virtual IWbemClassObject* spawnClass(IWbemClassObject* cls);
 
+  // Keeps the outcome of an operation: 0 for a success, the thread's last
+  // error for a failure. Returns `ok`.
+  bool keepResult(bool ok);
+
+  // The end of a client method call: runs `method` through `access`, whose
+  // in-parameters are put. With a sink, true once the method has started;
+  // otherwise the out-parameter `output` is read into `out`. Keeps the
+  // outcome in the error code.
+  template <class Out>
+  bool runMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink, const tstring& output, Out& out);
+  // The same for a method whose result is the boolean "ReturnValue": false
+  // also when that cannot be read or is false.
+  bool runReturnValueMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink);
+
+  // Property transfer for putToInstance and getFromInstance. A write
+  // returns the HRESULT of the Put. A number or a boolean is read only when
+  // the property holds exactly that type (sint32, boolean); otherwise the
+  // value is left as it was and the result is false.
+  static HRESULT putProperty(IWbemClassObject* instance, LPCWSTR name, const CComVariant& value);
+  static HRESULT putProperty(IWbemClassObject* instance, LPCWSTR name, const std::string& text);
+  static HRESULT putProperty(IWbemClassObject* instance, LPCWSTR name, const std::vector<std::string>& texts);
+  static bool getProperty(IWbemClassObject* instance, LPCWSTR name, int& value);
+  static bool getProperty(IWbemClassObject* instance, LPCWSTR name, bool& value);
+  // The text of a string property; empty when it is missing, null or of
+  // another type.
+  static std::string getStringProperty(IWbemClassObject* instance, LPCWSTR name);
+  // The strings of a string array property (none when it is missing, null
+  // or of another type).
+  static std::vector<std::string> getStringsProperty(IWbemClassObject* instance, LPCWSTR name);
+
  private:
   IWbemServices* m_pServices;
+  DWORD m_dwErrorCode = 0;
   CComPtr<IWbemClassObject> m_pClass;
 };
 
@@ -115,18 +154,23 @@ class WbemAccess {
   bool getOutput(const tstring& name, bool& value);
   bool getOutput(const tstring& name, int& value);
   bool getOutput(const tstring& name, std::vector<tstring>& values);
-  // An embedded object; the caller releases it.
+  bool getOutput(const tstring& name, std::vector<std::string>& values);
+  // An embedded object, or the elements of an array of them one per call:
+  // the next element each time, and null (with true) once none is left or
+  // the value is null. The caller releases each object it gets.
   bool getOutput(const tstring& name, IWbemClassObject** object);
   // The next objects of the enumeration (the caller releases each one);
   // false at its end or on failure.
   bool getOutput(ULONG count, IWbemClassObject** objects, ULONG& returned);
-  void clearOutParam() { m_pOutParams.Release(); }
+  void clearOutParam();
 
   // The wait of each step of an enumeration, in milliseconds.
   void setTimeout(long timeout) { m_lTimeout = timeout; }
 
  private:
   bool fail(HRESULT hr);
+  template <class Text>
+  bool getStrings(const tstring& name, std::vector<Text>& values);
   tstring keyPath(const tstring& key) const;
   IWbemClassObject* classObject();
   // The context of the next call (null when there are no values), and the
@@ -143,6 +187,10 @@ class WbemAccess {
   std::vector<std::pair<tstring, CComVariant>> m_context;
   std::vector<std::pair<tstring, CComVariant>> m_params;
   CComPtr<IWbemClassObject> m_pOutParams;
+  // The embedded value being read element by element, and where it stands.
+  tstring m_tstrEmbeddedName;
+  CComVariant m_embedded;
+  LONG m_lEmbeddedIndex = 0;
   CComPtr<IEnumWbemClassObject> m_pEnum;
   long m_lTimeout = WBEM_INFINITE;
 };
@@ -159,5 +207,12 @@ struct WbemErrorInfo {
   long orvaStatusCode = 0;
 };
 bool readWbemErrorInfo(WbemErrorInfo& info);
+
+template <class Out>
+bool WbemClient::runMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink, const tstring& output,
+                           Out& out) {
+  if (!access.execute(method, sink)) return keepResult(false);
+  return keepResult(sink != nullptr || access.getOutput(output, out));
+}
 
 #endif  // OMLIB_WBEM_WBEMCLIENT_H_

@@ -3,11 +3,10 @@
 #include <cstdlib>
 
 #include <objbase.h>
-#include <om/codepage.h>
 #include <omtools/Registry.h>
 #include <windows.h>
 
-#include "wbem/WbemClient.h"
+#include "wbem/WbemOMNetwork.h"
 
 namespace {
 
@@ -35,9 +34,6 @@ DWORD defaultAuthLevel() {
   if (info.dwPlatformId == kPlatformNT && info.dwMajorVersion <= 4) return RPC_C_AUTHN_LEVEL_NONE;
   return RPC_C_AUTHN_LEVEL_PKT;
 }
-
-// The one instance of the managed network, named "ネットワーク".
-tstring networkName() { return om::utf8ToCp932("ネットワーク"); }
 
 bool readValue(const CRegistry& key, UINT nameId, tstring& value) {
   return key.isOpen() && key.getValue(resourceText(nameId), value);
@@ -106,9 +102,8 @@ bool WbemConnect::checkServerRunning() {
   setStep(IDS_STEP_CHECKING_SERVER);
   bool found = false;
   try {
-    WbemAccess network(getServices(), "OrvaManagerNetwork");
-    network.setKeyPrefix("OrvaManagerNetwork.NetworkName");
-    found = network.get(networkName().c_str());
+    WbemOMNetworkClient network(getServices());
+    found = network.get();
   } catch (...) {  // a failure like any other: the check just did not succeed
     SetLastError(static_cast<DWORD>(WBEM_E_FAILED));
   }

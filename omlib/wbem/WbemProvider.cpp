@@ -135,6 +135,51 @@ HRESULT WbemProvider::getParamBool(const tstring& name, bool& value) {
   return hr;
 }
 
+HRESULT WbemProvider::getParamStrings(const tstring& name, std::vector<tstring>& values) {
+  CComVariant v;
+  HRESULT hr = getParam(name, VT_ARRAY | VT_BSTR, v);
+  if (hr == WBEM_E_INVALID_PARAMETER && v.vt == VT_NULL) hr = WBEM_S_NO_ERROR;
+  if (hr == WBEM_S_NO_ERROR && !WbemClient::getStringArray(v, values)) hr = WBEM_E_INVALID_PARAMETER;
+  return hr;
+}
+
+HRESULT WbemProvider::initMethod(IWbemServices* services, IWbemContext* ctx, const tstring& className,
+                                 const tstring& method, CComPtr<IWbemClassObject>& cls) {
+  HRESULT hr = WBEM_S_NO_ERROR;
+  if (cls == nullptr) {
+    if (services == nullptr) return WBEM_E_INVALID_PARAMETER;
+    hr = services->GetObject(om::bstrOf(className), 0, ctx, &cls, nullptr);
+    if (FAILED(hr)) {
+      cls.Release();
+      return hr;
+    }
+  }
+  if (m_pOutClass == nullptr) {
+    hr = cls->GetMethod(om::bstrOf(method), 0, nullptr, &m_pOutClass);
+    if (SUCCEEDED(hr) && m_pOutClass == nullptr) hr = WBEM_E_INVALID_METHOD;
+    if (FAILED(hr)) m_pOutClass.Release();
+  }
+  return hr;
+}
+
+HRESULT WbemProvider::indicateOutput(const tstring& name, const CComVariant& value) {
+  if (m_pOutClass == nullptr) return WBEM_E_INVALID_OPERATION;
+  m_pOutInstance.Release();
+  HRESULT hr = m_pOutClass->SpawnInstance(0, &m_pOutInstance);
+  CComVariant copy(value);
+  if (SUCCEEDED(hr)) hr = m_pOutInstance->Put(om::bstrOf(name), 0, &copy, 0);
+  if (FAILED(hr)) return hr;
+  if (m_pSink == nullptr) return WBEM_E_INVALID_PARAMETER;
+  IWbemClassObject* instance = m_pOutInstance;
+  return m_pSink->Indicate(1, &instance);
+}
+
+HRESULT WbemProvider::indicateOutput(const tstring& name, const std::vector<tstring>& values) {
+  CComVariant array;
+  if (!WbemClient::createStringSafeArray(values, array)) return WBEM_E_OUT_OF_MEMORY;
+  return indicateOutput(name, array);
+}
+
 void WbemProvider::clear() {
   m_pOutClass.Release();
   m_pOutInstance.Release();

@@ -4,6 +4,8 @@
 #ifndef OMLIB_WBEM_WBEMPROVIDER_H_
 #define OMLIB_WBEM_WBEMPROVIDER_H_
 
+#include <vector>
+
 #include <atlbase.h>
 #include <atlcomcli.h>
 #include <oleauto.h>
@@ -28,9 +30,23 @@ class WbemProvider {
   // in-parameters or the value has another type.
   HRESULT getParamString(const tstring& name, tstring& value);
   HRESULT getParamBool(const tstring& name, bool& value);
+  // The same for a string array (null reads as an empty list).
+  HRESULT getParamStrings(const tstring& name, std::vector<tstring>& values);
   void clear();
 
  protected:
+  // Caches the class `className` in `cls` (read with the call's context)
+  // and the out-parameter signature of `method` in the out-class, each
+  // unless cached already; a failed step clears its cache. Returns the
+  // HRESULT of the last step taken.
+  HRESULT initMethod(IWbemServices* services, IWbemContext* ctx, const tstring& className, const tstring& method,
+                     CComPtr<IWbemClassObject>& cls);
+  // Spawns the out-instance from the out-class, puts `name` into it and
+  // hands it to the sink; the HRESULT of the first failing step or of
+  // Indicate.
+  HRESULT indicateOutput(const tstring& name, const CComVariant& value);
+  HRESULT indicateOutput(const tstring& name, const std::vector<tstring>& values);
+
   IWbemClassObject* m_pInParams;
   IWbemObjectSink* m_pSink;
   CComPtr<IWbemClassObject> m_pOutClass;

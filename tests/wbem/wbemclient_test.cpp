@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -16,6 +14,7 @@
 #include <wmi/ObjectManager.h>
 #include <wmi/ProviderBase.h>
 
+#include "StatusSink.h"
 #include "wbem/WbemChild.h"
 #include "wbem/WbemClient.h"
 #include "wbem/WbemProvider.h"
@@ -124,35 +123,6 @@ class ProbeProvider : public om::wmi::ProviderBase {
 
  private:
   CComPtr<IWbemServices> services_;
-};
-
-// Waits for the end of an asynchronous call.
-class StatusSink final : public om::ComObject<IWbemObjectSink> {
- public:
-  HRESULT STDMETHODCALLTYPE Indicate(long count, IWbemClassObject** objects) override {
-    std::lock_guard<std::mutex> lock(mutex_);
-    for (long i = 0; i < count; ++i) objects_.emplace_back(objects[i]);
-    return WBEM_S_NO_ERROR;
-  }
-  HRESULT STDMETHODCALLTYPE SetStatus(long, HRESULT hr, BSTR, IWbemClassObject*) override {
-    std::lock_guard<std::mutex> lock(mutex_);
-    status_ = hr;
-    done_ = true;
-    changed_.notify_all();
-    return WBEM_S_NO_ERROR;
-  }
-  HRESULT wait() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return done_; });
-    return status_;
-  }
-  std::vector<CComPtr<IWbemClassObject>> objects_;
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool done_ = false;
-  HRESULT status_ = E_FAIL;
 };
 
 CComVariant nullValue() {

@@ -1,0 +1,102 @@
+#include "wbem/WbemOMNetwork.h"
+
+// ---- WbemOMNetwork -----------------------------------------------------------------
+
+WbemOMNetwork::WbemOMNetwork(const COrvaManagerNetwork& network, IWbemServices const* services)
+    : COrvaManagerNetwork(network), WbemClient(const_cast<IWbemServices*>(services)) {}
+
+// "ネットワーク" in code page 932; the source stays plain ASCII so that no
+// compiler can re-encode it.
+tstring WbemOMNetwork::networkName() { return "\x83\x6C\x83\x62\x83\x67\x83\x8F\x81\x5B\x83\x4E"; }
+
+bool WbemOMNetwork::getObject(COrvaManagerNetwork& out) {
+  if (!get()) return false;
+  out.copyIn(*this);
+  return true;
+}
+
+bool WbemOMNetwork::put() {
+  WbemAccess access(this);
+  return keepResult(access.put());
+}
+
+bool WbemOMNetwork::get() {
+  WbemAccess access(this);
+  access.setKeyPrefix(getClassName() + ".NetworkName");
+  return keepResult(access.get(networkName().c_str()));
+}
+
+bool WbemOMNetwork::putToInstance(IWbemClassObject* instance) {
+  if (instance == nullptr) return false;
+  putProperty(instance, u"NetworkName", getName());
+  putProperty(instance, u"NumberOfSubnets", getNumberOfSubnets());
+  putProperty(instance, u"NumberOfDiscoveredNodes", getNumberOfDiscoveredNodes());
+  putProperty(instance, u"NumberOfObservingNodes", getNumberOfObservingNodes());
+  putProperty(instance, u"NodeStatus", getNodeStatus());
+  putProperty(instance, u"StartOrStopPollingManager", isPollingManager());
+  putProperty(instance, u"StartOrStopAutoDiscoverManager", isAutoDiscoverManager());
+  return true;
+}
+
+bool WbemOMNetwork::getFromInstance(IWbemClassObject* instance) {
+  if (instance == nullptr) return false;
+  int number = 0;
+  bool flag = false;
+  setName(getStringProperty(instance, u"NetworkName"));
+  if (getProperty(instance, u"NumberOfSubnets", number)) setNumberOfSubnets(number);
+  if (getProperty(instance, u"NumberOfDiscoveredNodes", number)) setNumberOfDiscoveredNodes(number);
+  if (getProperty(instance, u"NumberOfObservingNodes", number)) setNumberOfObservingNodes(number);
+  if (getProperty(instance, u"NodeStatus", number)) setNodeStatus(number);
+  if (getProperty(instance, u"StartOrStopPollingManager", flag)) setPollingManager(flag);
+  if (getProperty(instance, u"StartOrStopAutoDiscoverManager", flag)) setAutoDiscoverManager(flag);
+  return true;
+}
+
+// ---- WbemOMNetworkClient -----------------------------------------------------------
+
+bool WbemOMNetworkClient::managerCall(const char* method, bool start, IWbemObjectSink* sink) {
+  WbemAccess access(this);
+  access.putParam("StartOrStop", CComVariant(start));
+  return runReturnValueMethod(access, method, sink);
+}
+
+bool WbemOMNetworkClient::pollingManager(bool start, IWbemObjectSink* sink) {
+  return managerCall("PollingManager", start, sink);
+}
+
+bool WbemOMNetworkClient::autoDiscoverManager(bool start, IWbemObjectSink* sink) {
+  return managerCall("AutoDiscoverManager", start, sink);
+}
+
+bool WbemOMNetworkClient::searchCall(const char* method, const tstring& searchString, bool ignoreCase,
+                                     std::vector<std::string>& results, IWbemObjectSink* sink) {
+  WbemAccess access(this);
+  access.putParam("SearchString", searchString.c_str());
+  access.putParam("IgnoreCase", CComVariant(ignoreCase));
+  return runMethod(access, method, sink, "Results", results);
+}
+
+bool WbemOMNetworkClient::searchNetworkObject(const tstring& searchString, bool ignoreCase,
+                                              std::vector<std::string>& results, IWbemObjectSink* sink) {
+  return searchCall("SearchNetworkObject", searchString, ignoreCase, results, sink);
+}
+
+bool WbemOMNetworkClient::srarchSubnet(const tstring& searchString, bool ignoreCase, std::vector<std::string>& results,
+                                       IWbemObjectSink* sink) {
+  return searchCall("SearchSubnet", searchString, ignoreCase, results, sink);
+}
+
+bool WbemOMNetworkClient::isPollingManagerRunning() { return get() && isPollingManager(); }
+
+bool WbemOMNetworkClient::isAutoDiscoverManagerRunning() { return get() && isAutoDiscoverManager(); }
+
+// ---- WbemOMNetworkProvider ---------------------------------------------------------
+
+HRESULT WbemOMNetworkProvider::execInit(IWbemContext* ctx) {
+  return initMethod(getServices(), ctx, getClassName(), m_tstrMethodName, m_pClassDef);
+}
+
+HRESULT SearchMethod::getInParams(tstring& searchString, bool& ignoreCase) {
+  const HRESULT hr = getInParam_SearchString(searchString);
+  return FAILED(hr) ? hr : getInParam_IgnoreCase(ignoreCase);
+}
