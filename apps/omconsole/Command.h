@@ -43,6 +43,9 @@ int runTrace(const Args& args);
 int runPathPing(const Args& args);
 int runPing6(const Args& args);
 
+// The network tree through the embedded server.
+int runTree(const Args& args);
+
 }  // namespace omconsole
 
 #endif  // OM_APPS_OMCONSOLE_COMMAND_H_

@@ -53,6 +53,9 @@ const Command kCommands[] = {
      "pathping HOST [-q QUERIES] [-h MAXHOP] [-n COUNT] [-w MS] [-i MS] [-l SIZE] [-t TTL] [-d] [-e]\n"
      "pathping ... trace route, then ping each hop (-n: RetryCountPollingForPing, -i: PathTestInterval)",
      runPathPing, nullptr},
+    {"tree",
+     "tree [PATH]                       the network tree, read through the embedded server (PATH: \\物理\\...)",
+     runTree, nullptr},
     {"ping6",
      "ping6 HOST [-n COUNT] [-w MS] [-l SIZE] [-t HOPLIMIT]  ICMPv6 echo\n"
      "ping6 ... defaults: TimeoutPollingForPing6 (s), RetryCountPollingForPing6",

@@ -11,27 +11,11 @@
 
 #include <afx.h>
 
+#include "ConsoleRunner.h"
 #include "model/SerializableSubnet.h"
 #include "monitor/log.h"
 
 namespace {
-
-// Runs omconsole with `args`; returns its exit status, standard output and
-// standard error.
-int console(const std::string& args, std::string* out, std::string* err = nullptr) {
-  const std::string errFile = std::filesystem::temp_directory_path() / ("omconsole-err-" + std::to_string(getpid()));
-  FILE* p = popen((std::string(OMCONSOLE) + " " + args + " 2>" + errFile).c_str(), "r");
-  out->clear();
-  char buffer[4096];
-  for (size_t n; (n = fread(buffer, 1, sizeof buffer, p)) > 0;) out->append(buffer, n);
-  const int status = pclose(p);
-  if (err != nullptr) {
-    std::ifstream in(errFile);
-    err->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  }
-  std::filesystem::remove(errFile);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 class ArchiveConsoleTest : public ::testing::Test {
  protected:

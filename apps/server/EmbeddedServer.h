@@ -1,0 +1,38 @@
+// EmbeddedServer: the server hosted in this process: the object manager with
+// the product's class definitions, and the providers of "NetworkObject" and
+// "OrvaManagerNetwork" over one NetworkServer. Consoles then reach it by
+// connecting to ".". COM must be initialised on the thread that starts and
+// stops it.
+#ifndef OM_APPS_SERVER_EMBEDDEDSERVER_H_
+#define OM_APPS_SERVER_EMBEDDEDSERVER_H_
+
+#include <memory>
+
+#include "NetworkServer.h"
+#include "wbem/wbemroot.h"
+
+class EmbeddedServer {
+ public:
+  explicit EmbeddedServer(std::shared_ptr<NetworkServer> server) : server_(std::move(server)) {}
+  EmbeddedServer(const EmbeddedServer&) = delete;
+  EmbeddedServer& operator=(const EmbeddedServer&) = delete;
+  ~EmbeddedServer() { stop(); }
+
+  // Loads the class definitions, connects the server to its namespace and
+  // registers both providers; the HRESULT of the first failing step.
+  HRESULT start();
+  // Unregisters the providers and disconnects.
+  void stop();
+
+  NetworkServer& server() { return *server_; }
+
+ private:
+  std::shared_ptr<NetworkServer> server_;
+  WbemRoot root_;
+  bool registered_ = false;
+};
+
+// The product's class definitions (MOF text, UTF-8), built into the program.
+extern const char kOrvaManagerMof[];
+
+#endif  // OM_APPS_SERVER_EMBEDDEDSERVER_H_

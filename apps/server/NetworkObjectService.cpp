@@ -1,0 +1,246 @@
+#include "NetworkObjectService.h"
+
+#include <string>
+#include <vector>
+
+#include "model/NetworkPath.h"
+#include "wbem/WbemNetworkObjectProvider.h"
+
+namespace {
+
+std::string subnetPath(const std::string& subnet) {
+  return CNetworkPath::getRootMark() + CNetworkPath::getPhysicalRootName() + CNetworkPath::getSeparator() + subnet;
+}
+
+}  // namespace
+
+HRESULT NetworkObjectService::GetObjectAsync(const BSTR path, long, IWbemContext* ctx, IWbemObjectSink* sink) {
+  std::string name;
+  if (!keyOfPath(path, name)) return finish(sink, WBEM_E_INVALID_OBJECT_PATH);
+  WbemNetworkObject object(services_);
+  {
+    std::lock_guard<std::mutex> lock(server_->mutex);
+    const NetworkObjectBase* found = server_->tree.find(name);
+    if (found == nullptr) {
+      if (!contextBool(ctx, u"Silent", false)) server_->log.push_back(name + " was not found.");
+      return finish(sink, WBEM_E_NOT_FOUND);
+    }
+    object.setObject(*found);
+  }
+  return finish(sink, indicateInstance(services_, object, sink));
+}
+
+HRESULT NetworkObjectService::PutInstanceAsync(IWbemClassObject* instance, long, IWbemContext* ctx,
+                                               IWbemObjectSink* sink) {
+  WbemNetworkObject object(services_);
+  if (!object.getFromInstance(instance)) return finish(sink, WBEM_E_INVALID_PARAMETER);
+  const std::string subnet = contextString(ctx, u"SubnetName");
+  std::lock_guard<std::mutex> lock(server_->mutex);
+  NetworkTree& tree = server_->tree;
+  if (tree.find(object.getName()) != nullptr && subnet.empty()) {
+    return finish(sink, tree.update(object) ? WBEM_S_NO_ERROR : WBEM_E_INVALID_PARAMETER);
+  }
+  if (subnet.empty() || tree.find(subnet) == nullptr) {
+    server_->log.push_back("No subnet \"" + subnet + "\" for " + object.getName() + ".");
+    return finish(sink, WBEM_E_INVALID_PARAMETER);
+  }
+  return finish(sink, tree.add(subnetPath(subnet), object) ? WBEM_S_NO_ERROR : WBEM_E_INVALID_PARAMETER);
+}
+
+HRESULT NetworkObjectService::DeleteInstanceAsync(const BSTR path, long, IWbemContext*, IWbemObjectSink* sink) {
+  std::string name;
+  if (!keyOfPath(path, name)) return finish(sink, WBEM_E_INVALID_OBJECT_PATH);
+  std::lock_guard<std::mutex> lock(server_->mutex);
+  return finish(sink, server_->tree.remove(name) ? WBEM_S_NO_ERROR : WBEM_E_NOT_FOUND);
+}
+
+HRESULT NetworkObjectService::CreateInstanceEnumAsync(const BSTR, long, IWbemContext*, IWbemObjectSink* sink) {
+  std::vector<NetworkObjectBase> objects;
+  {
+    std::lock_guard<std::mutex> lock(server_->mutex);
+    for (const bool subnets : {true, false}) {
+      for (const std::string& name : server_->tree.search("", false, subnets)) {
+        objects.push_back(*server_->tree.find(name));
+      }
+    }
+  }
+  HRESULT hr = WBEM_S_NO_ERROR;
+  for (const NetworkObjectBase& each : objects) {
+    WbemNetworkObject object(each, services_);
+    hr = indicateInstance(services_, object, sink);
+    if (FAILED(hr)) break;
+  }
+  return finish(sink, hr);
+}
+
+// Runs one method: execInit, then `work` (which reads the in-parameters,
+// does the server's part and indicates), then setStatus.
+template <class Method, class Work>
+HRESULT NetworkObjectService::serve(IWbemContext* ctx, IWbemClassObject* inParams, IWbemObjectSink* sink, Work work) {
+  Method method(services_, inParams, sink);
+  HRESULT hr = method.execInit(ctx);
+  if (SUCCEEDED(hr)) hr = work(method);
+  return method.setStatus(hr);
+}
+
+HRESULT NetworkObjectService::ExecMethodAsync(const BSTR, const BSTR method, long, IWbemContext* ctx,
+                                              IWbemClassObject* inParams, IWbemObjectSink* sink) {
+  return execMethod(method == nullptr ? std::u16string() : std::u16string(method), ctx, inParams, sink);
+}
+
+namespace {
+
+std::vector<tstring> toTstrings(const std::vector<std::string>& texts) { return {texts.begin(), texts.end()}; }
+
+// Polls the node outside the lock and stores its new status; false when the
+// node is unknown or could not be probed.
+bool forcePolling(NetworkServer& server, const std::string& name) {
+  NetworkObjectBase node;
+  {
+    std::lock_guard<std::mutex> lock(server.mutex);
+    const NetworkObjectBase* found = server.tree.find(name);
+    if (found == nullptr || !server.poll) return false;
+    node = *found;
+  }
+  const int status = server.poll(node);
+  std::lock_guard<std::mutex> lock(server.mutex);
+  const NetworkObjectBase* found = server.tree.find(name);
+  if (found == nullptr) return false;
+  node = *found;
+  node.setNodeStatus(status);
+  return server.tree.update(node) && status != NetworkServer::kNodeUnknown;
+}
+
+// Lists the ports the server finds under every path of the node.
+bool autoAddPort(NetworkServer& server, const std::string& name) {
+  std::lock_guard<std::mutex> lock(server.mutex);
+  const NetworkObjectBase* node = server.tree.find(name);
+  if (node == nullptr || node->getObjectType() != kObjectTypeNode) return false;
+  const std::vector<NetworkObjectBase> ports =
+      server.findPorts ? server.findPorts(*node) : std::vector<NetworkObjectBase>();
+  for (const std::string& path : server.tree.pathNames(name)) {
+    for (const NetworkObjectBase& port : ports) server.tree.add(path, port);
+  }
+  return true;
+}
+
+bool setSnmpInfo(NetworkServer& server, const std::string& target, const std::string& variable,
+                 const std::string& value) {
+  std::lock_guard<std::mutex> lock(server.mutex);
+  const NetworkObjectBase* found = server.tree.find(target);
+  if (found == nullptr) return false;
+  NetworkObjectBase object = *found;
+  return NetworkServer::setSnmpValue(object, variable, value) && server.tree.update(object);
+}
+
+}  // namespace
+
+namespace {
+
+// Runs `work` on the tree under the server's lock.
+template <class Work>
+auto withTree(NetworkServer& server, Work work) {
+  std::lock_guard<std::mutex> lock(server.mutex);
+  return work(server.tree);
+}
+
+}  // namespace
+
+template <class Method, class Action>
+HRESULT NetworkObjectService::serveName(IWbemContext* ctx, IWbemClassObject* inParams, IWbemObjectSink* sink,
+                                        Action action) {
+  return serve<Method>(ctx, inParams, sink, [&action](Method& method) {
+    tstring name;
+    const HRESULT hr = method.getInParams(name);
+    return FAILED(hr) ? hr : method.indicate(action(name));
+  });
+}
+
+HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemContext* ctx, IWbemClassObject* in,
+                                         IWbemObjectSink* sink) {
+  NetworkServer& server = *server_;
+  if (method == u"AutoAddPort") {
+    return serveName<AutoAddPortMethod>(ctx, in, sink, [&](const tstring& n) { return autoAddPort(server, n); });
+  }
+  if (method == u"isExist") {
+    return serveName<IsExistMethod>(ctx, in, sink, [&](const tstring& n) {
+      return withTree(server, [&](NetworkTree& t) { return t.find(n) != nullptr; });
+    });
+  }
+  if (method == u"ForcePolling") {
+    return serveName<ForcePollingMethod>(ctx, in, sink, [&](const tstring& n) { return forcePolling(server, n); });
+  }
+  if (method == u"Delete") {
+    return serveName<DeleteMethod>(
+        ctx, in, sink, [&](const tstring& n) { return withTree(server, [&](NetworkTree& t) { return t.remove(n); }); });
+  }
+  if (method == u"HasChildren") {
+    return serveName<HasChildrenMethod>(ctx, in, sink, [&](const tstring& n) {
+      return withTree(server, [&](NetworkTree& t) { return t.hasChildren(n); });
+    });
+  }
+  if (method == u"GetPathNames") {
+    return serve<GetPathNamesMethod>(ctx, in, sink, [&](GetPathNamesMethod& m) {
+      tstring name;
+      const HRESULT hr = m.getInParams(name);
+      if (FAILED(hr)) return hr;
+      std::vector<tstring> paths = toTstrings(withTree(server, [&](NetworkTree& t) { return t.pathNames(name); }));
+      return m.indicate(paths);
+    });
+  }
+  if (method == u"GetChildren") {
+    return serve<GetChildrenMethod>(ctx, in, sink, [&](GetChildrenMethod& m) {
+      tstring path;
+      const HRESULT hr = m.getInParams(path);
+      if (FAILED(hr)) return hr;
+      std::vector<NetworkObjectBase> children;
+      if (!withTree(server, [&](NetworkTree& t) { return t.children(path, children); }))
+        return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+      std::vector<SerializableNetObj> stored(children.begin(), children.end());
+      std::vector<SerializableNetObj*> pointers;
+      for (SerializableNetObj& each : stored) pointers.push_back(&each);
+      return m.indicate(pointers);
+    });
+  }
+  if (method == u"GetSnmpInfo") {
+    return serve<GetSnmpInfoMethod>(ctx, in, sink, [&](GetSnmpInfoMethod& m) {
+      tstring target;
+      std::vector<tstring> variables;
+      const HRESULT hr = m.getInParams(target, variables);
+      if (FAILED(hr)) return hr;
+      std::vector<tstring> results;
+      const bool found = withTree(server, [&](NetworkTree& t) {
+        const NetworkObjectBase* object = t.find(target);
+        for (size_t i = 0; object != nullptr && i < variables.size(); ++i) {
+          results.push_back(NetworkServer::snmpValue(*object, variables[i]));
+        }
+        return object != nullptr;
+      });
+      return found ? m.indicate(results) : static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+    });
+  }
+  if (method == u"Move") {
+    return serve<MoveMethod>(ctx, in, sink, [&](MoveMethod& m) {
+      tstring name, src, dest;
+      const HRESULT hr = m.getInParams(name, src, dest);
+      if (FAILED(hr)) return hr;
+      return m.indicate(withTree(server, [&](NetworkTree& t) { return t.move(name, src, dest); }));
+    });
+  }
+  if (method == u"Rename") {
+    return serve<RenameMethod>(ctx, in, sink, [&](RenameMethod& m) {
+      tstring oldName, newName;
+      const HRESULT hr = m.getInParams(oldName, newName);
+      if (FAILED(hr)) return hr;
+      return m.indicate(withTree(server, [&](NetworkTree& t) { return t.rename(oldName, newName); }));
+    });
+  }
+  if (method == u"SetSnmpInfo") {
+    return serve<SetSnmpInfoMethod>(ctx, in, sink, [&](SetSnmpInfoMethod& m) {
+      tstring target, variable, value;
+      const HRESULT hr = m.getInParams(target, variable, value);
+      return FAILED(hr) ? hr : m.indicate(setSnmpInfo(server, target, variable, value));
+    });
+  }
+  return finish(sink, WBEM_E_INVALID_METHOD);
+}

@@ -1,0 +1,39 @@
+// NetworkObjectService: the provider of the class "NetworkObject" over a
+// NetworkServer. It serves reading, writing, deleting and listing instances
+// and the eleven methods, each through its provider method class.
+#ifndef OM_APPS_SERVER_NETWORKOBJECTSERVICE_H_
+#define OM_APPS_SERVER_NETWORKOBJECTSERVICE_H_
+
+#include "NetworkServer.h"
+
+class NetworkObjectService : public ServerProvider {
+ public:
+  using ServerProvider::ServerProvider;
+
+  // Path NetworkObject.ObjectName="name"; the context value "Silent" keeps a
+  // miss out of the server's log.
+  HRESULT STDMETHODCALLTYPE GetObjectAsync(const BSTR path, long flags, IWbemContext* ctx,
+                                           IWbemObjectSink* sink) override;
+  // A known name updates the object; a new one is added to the subnet named
+  // by the context value "SubnetName".
+  HRESULT STDMETHODCALLTYPE PutInstanceAsync(IWbemClassObject* instance, long flags, IWbemContext* ctx,
+                                             IWbemObjectSink* sink) override;
+  HRESULT STDMETHODCALLTYPE DeleteInstanceAsync(const BSTR path, long flags, IWbemContext* ctx,
+                                                IWbemObjectSink* sink) override;
+  HRESULT STDMETHODCALLTYPE CreateInstanceEnumAsync(const BSTR className, long flags, IWbemContext* ctx,
+                                                    IWbemObjectSink* sink) override;
+  HRESULT STDMETHODCALLTYPE ExecMethodAsync(const BSTR path, const BSTR method, long flags, IWbemContext* ctx,
+                                            IWbemClassObject* inParams, IWbemObjectSink* sink) override;
+
+ private:
+  template <class Method, class Work>
+  HRESULT serve(IWbemContext* ctx, IWbemClassObject* inParams, IWbemObjectSink* sink, Work work);
+  // A method whose one string in-parameter is passed to `action`, whose
+  // boolean result becomes "ReturnValue".
+  template <class Method, class Action>
+  HRESULT serveName(IWbemContext* ctx, IWbemClassObject* inParams, IWbemObjectSink* sink, Action action);
+  HRESULT execMethod(const std::u16string& method, IWbemContext* ctx, IWbemClassObject* inParams,
+                     IWbemObjectSink* sink);
+};
+
+#endif  // OM_APPS_SERVER_NETWORKOBJECTSERVICE_H_

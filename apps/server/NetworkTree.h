@@ -1,0 +1,78 @@
+// NetworkTree: the server's map of the managed network, held in memory. Every
+// object is known once by its name and may be listed under several parents:
+// the physical root holds subnets, subnets hold nodes, nodes hold ports; the
+// logical root holds groups that list the same objects again. Paths are
+// CNetworkPath texts ("\物理\subnet\node"). Not thread-safe: the server
+// serialises access.
+#ifndef OM_APPS_SERVER_NETWORKTREE_H_
+#define OM_APPS_SERVER_NETWORKTREE_H_
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "model/NetworkObjectBase.h"
+
+// The object types this server gives its objects.
+enum ServerObjectType : int {
+  kObjectTypeRoot = 0,
+  kObjectTypeSubnet = 1,
+  kObjectTypeNode = 2,
+  kObjectTypeGroup = 3,
+  kObjectTypePort = NetworkObjectBase::OBJECT_TYPE_PORT,
+};
+
+class NetworkTree {
+ public:
+  // A tree holding the physical and the logical root.
+  NetworkTree();
+
+  // Lists `object` under the object at `parentPath`. A new name adds the
+  // object; a known one replaces its attributes and adds one more parent.
+  // False when the parent does not exist, the name is empty or a root's, or
+  // the object would become its own ancestor.
+  bool add(const std::string& parentPath, const NetworkObjectBase& object);
+  // Replaces the attributes of the known object of that name.
+  bool update(const NetworkObjectBase& object);
+  // The object of that name, or null; valid until the tree changes.
+  const NetworkObjectBase* find(const std::string& name) const;
+
+  // The objects listed under `path`, in the order added; false when no
+  // object lies at that path.
+  bool children(const std::string& path, std::vector<NetworkObjectBase>& out) const;
+  bool hasChildren(const std::string& path) const;
+  // Every path at which the object is listed, depth first from the roots.
+  std::vector<std::string> pathNames(const std::string& name) const;
+
+  // Removes the object from every parent, with those of its descendants
+  // that are then listed nowhere.
+  bool remove(const std::string& name);
+  // Moves the object from the parent at `srcPath` to the one at `destPath`.
+  bool move(const std::string& name, const std::string& srcPath, const std::string& destPath);
+  // False when `oldName` is unknown or a root's, or `newName` is taken.
+  bool rename(const std::string& oldName, const std::string& newName);
+
+  // Names that contain `text` (ASCII letters folded with `ignoreCase`), of
+  // subnets or of the other objects but the roots; sorted.
+  std::vector<std::string> search(const std::string& text, bool ignoreCase, bool subnets) const;
+  // How many objects have that type.
+  int count(int objectType) const;
+
+ private:
+  struct Entry {
+    NetworkObjectBase object;
+    std::vector<std::string> children;
+  };
+
+  // The entry at `path`, or null.
+  const Entry* resolve(const std::string& path) const;
+  Entry* resolve(const std::string& path);
+  bool isRoot(const std::string& name) const;
+  bool isAncestor(const std::string& ancestor, const std::string& name) const;
+  bool isListed(const std::string& name) const;
+  void collectPaths(const std::string& name, const std::string& path, std::vector<std::string>& out) const;
+
+  std::map<std::string, Entry> entries_;
+};
+
+#endif  // OM_APPS_SERVER_NETWORKTREE_H_
