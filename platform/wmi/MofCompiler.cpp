@@ -81,7 +81,12 @@ class Compiler {
     return hr;
   }
 
-  static std::string quote(std::u16string_view name) { return "'" + toUtf8(name) + "'"; }
+  static std::string quote(std::u16string_view name) {
+    std::string quoted = "'";  // appended, not prepended: GCC 12 warns falsely on "'" + std::string&&
+    quoted += toUtf8(name);
+    quoted += '\'';
+    return quoted;
+  }
 
   HRESULT pragma(const MofPragma& p) {
     const auto stringArgument = [&](size_t i) -> const MofValue* {

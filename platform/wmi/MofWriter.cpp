@@ -140,8 +140,9 @@ std::u16string typeText(CIMTYPE type, const std::u16string& refClass, const Qual
 }
 
 std::u16string propertyText(const PropertyDef& p) {
-  std::u16string out = u"\t" + qualifiersText(p.qualifiers, {u"CIMTYPE"}) + typeText(p.type, p.refClass, p.qualifiers) +
-                       u" " + p.name + (isArrayType(p.type) ? u"[]" : u"");
+  std::u16string out = u"\t";
+  out += qualifiersText(p.qualifiers, {u"CIMTYPE"}) + typeText(p.type, p.refClass, p.qualifiers) + u" " + p.name +
+         (isArrayType(p.type) ? u"[]" : u"");
   if (p.defaultValue.vt != VT_NULL && p.defaultValue.vt != VT_EMPTY) out += u" = " + valueText(p.defaultValue, p.type, 1);
   return out + u";\n";
 }
@@ -189,7 +190,9 @@ std::u16string parametersText(const MethodDef& m) {
 std::u16string methodText(const MethodDef& m) {
   const PropertyDef* ret = m.out ? m.out->property(u"ReturnValue") : nullptr;
   const std::u16string returns = ret != nullptr ? typeText(ret->type, ret->refClass, ret->qualifiers) : u"void";
-  return u"\t" + qualifiersText(m.qualifiers, {}) + returns + u" " + m.name + u"(" + parametersText(m) + u");\n";
+  std::u16string text = u"\t";
+  text += qualifiersText(m.qualifiers, {}) + returns + u" " + m.name + u"(" + parametersText(m) + u");\n";
+  return text;
 }
 
 // True when an inherited property is restated by the class: local

@@ -283,7 +283,7 @@ TEST(TaskObject, SnmpVersionLoadingFollowsTheDataVersion) {
     CTaskObject task = sampleTask();
     task.setName(std::string(pad, 'n'));
     Bytes bytes = recordtest::storeRecord(task);
-    bytes.resize(bytes.size() - 4);  // drop snmpVersion
+    bytes.erase(bytes.end() - 4, bytes.end());  // drop snmpVersion
     ByteList list;
     list << std::string(bytes.begin(), bytes.end());
     EXPECT_EQ(loadVersionThenNext(withWords(list, {5, 0x7777}), 1, SNMP_VERSION_1, 128),
