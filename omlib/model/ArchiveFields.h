@@ -6,6 +6,7 @@
 
 #include <afx.h>
 
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -13,8 +14,9 @@ namespace om {
 
 // Each call stores the field when the archive is storing and loads it when
 // it is loading, in MFC's encodings: LONG and DWORD 4 bytes, bool 1 byte,
-// CString with MFC's length prefix, CTime 8 bytes, and enumerations as their
-// 32-bit value. Calls chain:
+// CString with MFC's length prefix, a standard string as the CString of its
+// code page 932 bytes, CTime 8 bytes, and enumerations as their 32-bit value.
+// Calls chain:
 //   om::ArchiveFields fields(ar);
 //   fields(id_)(name_).strings(addresses_);
 // Loading errors are the archive's exceptions.
@@ -26,6 +28,7 @@ class ArchiveFields {
   ArchiveFields& operator()(DWORD& value) { return transfer(value); }
   ArchiveFields& operator()(bool& value) { return transfer(value); }
   ArchiveFields& operator()(CString& value) { return transfer(value); }
+  ArchiveFields& operator()(std::string& value);
   ArchiveFields& operator()(CTime& value) { return transfer(value); }
 
   template <class E>
@@ -41,7 +44,9 @@ class ArchiveFields {
   // list first and reads as many strings as the count says (none for a count
   // below 1); with `unique`, a string equal to one already read is dropped.
   // Memory grows only with the strings actually read, whatever the count.
-  ArchiveFields& strings(std::vector<CString>& list, bool unique = false);
+  // `Text` is CString or std::string.
+  template <class Text>
+  ArchiveFields& strings(std::vector<Text>& list, bool unique = false);
 
  private:
   template <class T>

@@ -1,6 +1,6 @@
 #include "monitor/TaskDataRecord.h"
 
-#include "monitor/ArchiveText.h"
+#include "model/ArchiveFields.h"
 
 IMPLEMENT_SERIAL(CTaskDataRecord, CObject, 1)
 
@@ -19,15 +19,8 @@ void CTaskDataRecord::copyIn(const CTaskDataRecord& other) {
 }
 
 void CTaskDataRecord::Serialize(CArchive& ar) {
-  if (ar.IsStoring()) {
-    ar << sampleIndex_ << pollStartTime_;
-    om::storeText(ar, sysUpTime_);
-    om::storeText(ar, mibValues_);
-  } else {
-    ar >> sampleIndex_ >> pollStartTime_;
-    sysUpTime_ = om::loadText(ar);
-    mibValues_ = om::loadText(ar);
-  }
+  om::ArchiveFields fields(ar);
+  fields(sampleIndex_)(pollStartTime_)(sysUpTime_)(mibValues_);
 }
 
 om::RecordFields CTaskDataRecord::describeFields() const {

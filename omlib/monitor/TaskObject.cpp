@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "monitor/ArchiveText.h"
+#include "model/ArchiveFields.h"
 
 IMPLEMENT_SERIAL(CTaskObject, CObject, 1)
 
@@ -99,12 +99,17 @@ void CTaskObject::SerializeEx(CArchive& ar, int version) {
   }
 }
 
-void CTaskObject::store(CArchive& ar) const {
-  for (const std::string* text : {&name_, &displayName_, &userText_, &DNSName_, &ipAddress_,
-                                  &readCommunityName_, &writeCommunityName_}) {
-    om::storeText(ar, *text);
+void CTaskObject::transferTexts(CArchive& ar) {
+  om::ArchiveFields fields(ar);
+  for (std::string* text : {&name_, &displayName_, &userText_, &DNSName_, &ipAddress_, &readCommunityName_,
+                            &writeCommunityName_}) {
+    fields(*text);
   }
-  om::storeTextList(ar, mibVariables_);
+  fields.strings(mibVariables_);
+}
+
+void CTaskObject::store(CArchive& ar) {
+  transferTexts(ar);
   ar << static_cast<LONG>(taskType_) << static_cast<LONG>(taskStatus_) << static_cast<LONG>(rmonFlag_);
   ar << startTime_;
   ar << samplesRequested_ << pollingInterval_ << static_cast<LONG>(alarmType_);
@@ -113,17 +118,13 @@ void CTaskObject::store(CArchive& ar) const {
   // layout that existing task files have.
   ar << lowHalf(fallingThreshold_) << highHalf(risingThreshold_);
   ar << static_cast<LONG>(sampleType_);
-  om::storeTextList(ar, lastSampleValues_);
+  om::ArchiveFields(ar).strings(lastSampleValues_);
   ar << pollingCount_ << wrapFlag_;
   ar << static_cast<LONG>(snmpVersion_);
 }
 
 void CTaskObject::load(CArchive& ar, int version) {
-  for (std::string* text : {&name_, &displayName_, &userText_, &DNSName_, &ipAddress_,
-                            &readCommunityName_, &writeCommunityName_}) {
-    *text = om::loadText(ar);
-  }
-  mibVariables_ = om::loadTextList(ar);
+  transferTexts(ar);
   taskType_ = static_cast<TaskType>(loadLong(ar));
   taskStatus_ = static_cast<TaskStatus>(loadLong(ar));
   rmonFlag_ = static_cast<RmonFlag>(loadLong(ar));
@@ -138,7 +139,7 @@ void CTaskObject::load(CArchive& ar, int version) {
   ar >> low >> high;
   fallingThreshold_ = joinHalves(low, high);
   sampleType_ = static_cast<SampleType>(loadLong(ar));
-  lastSampleValues_ = om::loadTextList(ar);
+  om::ArchiveFields(ar).strings(lastSampleValues_);
   ar >> pollingCount_;
   wrapFlag_ = loadLong(ar);
   loadSnmpVersion(ar, version);

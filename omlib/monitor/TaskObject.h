@@ -146,7 +146,9 @@ class CTaskObject : public CObject {
   void copyIn(const CTaskObject& other);
 
  private:
-  void store(CArchive& ar) const;
+  // The leading texts and the MIB variables, in either direction.
+  void transferTexts(CArchive& ar);
+  void store(CArchive& ar);
   void load(CArchive& ar, int version);
   void loadSnmpVersion(CArchive& ar, int version);
 

@@ -2,7 +2,7 @@
 
 #include <initializer_list>
 
-#include "monitor/ArchiveText.h"
+#include "model/ArchiveFields.h"
 
 IMPLEMENT_SERIAL(CMibNode, CObject, 1)
 
@@ -89,24 +89,13 @@ const std::vector<std::string>& CMibNode::getChildShortNames() {
 }
 
 void CMibNode::Serialize(CArchive& ar) {
-  std::string* const leadingTexts[] = {&moduleName_, &parentName_, &nodeName_,
-                                       &oidString_,  &fullPath_,   &description_};
-  std::string* const siblingTexts[] = {&syntax_, &nextSiblingName_, &prevSiblingName_};
-  if (ar.IsStoring()) {
-    for (const std::string* text : leadingTexts) om::storeText(ar, *text);
-    ar << nodeTypeKind_ << status_ << access_;
-    for (const std::string* text : siblingTexts) om::storeText(ar, *text);
-    om::storeTextList(ar, childNameList_);
-    om::storeTextList(ar, valueList_);
-    ar << currentChildIndex_;
-  } else {
-    for (std::string* text : leadingTexts) *text = om::loadText(ar);
-    ar >> nodeTypeKind_ >> status_ >> access_;
-    for (std::string* text : siblingTexts) *text = om::loadText(ar);
-    childNameList_ = om::loadTextList(ar);
-    valueList_ = om::loadTextList(ar);
-    ar >> currentChildIndex_;
+  om::ArchiveFields fields(ar);
+  for (std::string* text : {&moduleName_, &parentName_, &nodeName_, &oidString_, &fullPath_, &description_}) {
+    fields(*text);
   }
+  fields(nodeTypeKind_)(status_)(access_);
+  for (std::string* text : {&syntax_, &nextSiblingName_, &prevSiblingName_}) fields(*text);
+  fields.strings(childNameList_).strings(valueList_)(currentChildIndex_);
 }
 
 om::RecordFields CMibNode::describeFields() const {

@@ -1,6 +1,6 @@
 #include "wbem/CommandResult.h"
 
-#include "monitor/ArchiveText.h"
+#include "model/ArchiveFields.h"
 
 IMPLEMENT_SERIAL(CommandResult, CObject, 1)
 
@@ -78,13 +78,8 @@ tstring CommandResult::toString() const {
 }
 
 void CommandResult::Serialize(CArchive& ar) {
-  if (ar.IsStoring()) {
-    ar << code_;
-    om::storeText(ar, msg_);
-  } else {
-    ar >> code_;
-    msg_ = om::loadText(ar);
-  }
+  om::ArchiveFields fields(ar);
+  fields(code_)(msg_);
 }
 
 om::RecordFields CommandResult::describeFields() const {
