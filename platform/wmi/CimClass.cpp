@@ -17,6 +17,7 @@ CimClass::CimClass(std::u16string name, ClassPtr superclass) : name_(std::move(n
   for (PropertyDef& p : properties_) {
     p.qualifiers = p.qualifiers.propagated(WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS);
   }
+  indexProperties();
   methods_ = superclass_->methods_;
   for (MethodDef& m : methods_) m.qualifiers = m.qualifiers.propagated(WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS);
 }
@@ -59,11 +60,14 @@ void CimClass::setLocation(std::u16string server, std::u16string nameSpace) {
   nameSpace_ = std::move(nameSpace);
 }
 
+void CimClass::indexProperties() {
+  propertyIndex_.clear();
+  for (size_t i = 0; i < properties_.size(); ++i) propertyIndex_.emplace(properties_[i].name, static_cast<int>(i));
+}
+
 int CimClass::findProperty(std::u16string_view name) const {
-  for (size_t i = 0; i < properties_.size(); ++i) {
-    if (equalsNoCase(properties_[i].name, name)) return static_cast<int>(i);
-  }
-  return -1;
+  const auto found = propertyIndex_.find(name);
+  return found == propertyIndex_.end() ? -1 : found->second;
 }
 
 const PropertyDef* CimClass::property(std::u16string_view name) const {
@@ -91,6 +95,7 @@ HRESULT CimClass::addProperty(PropertyDef property) {
   PropertyDef* existing = mutableProperty(property.name);
   if (existing == nullptr) {
     property.origin = name_;
+    propertyIndex_.emplace(property.name, static_cast<int>(properties_.size()));
     properties_.push_back(std::move(property));
     return S_OK;
   }
@@ -107,6 +112,7 @@ HRESULT CimClass::removeProperty(std::u16string_view name) {
   if (i < 0) return WBEM_E_NOT_FOUND;
   if (!equalsNoCase(properties_[static_cast<size_t>(i)].origin, name_)) return WBEM_E_PROPAGATED_PROPERTY;
   properties_.erase(properties_.begin() + i);
+  indexProperties();
   return S_OK;
 }
 

@@ -10,12 +10,14 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <atlcomcli.h>
 #include <wbemcli.h>
 
 #include "Qualifiers.h"
+#include "Text.h"
 
 namespace om::wmi {
 
@@ -103,12 +105,18 @@ class CimClass {
   HRESULT removeMethod(std::u16string_view name);
 
  private:
+  // Rebuilds the name index after the property list changed shape.
+  void indexProperties();
+
   std::u16string name_;
   ClassPtr superclass_;
   std::u16string server_;
   std::u16string nameSpace_;
   QualifierList qualifiers_;
   std::vector<PropertyDef> properties_;
+  // Position of each property by name: instances look properties up on every
+  // Get and Put.
+  std::unordered_map<std::u16string, int, NoCaseHash, NoCaseEqual> propertyIndex_;
   std::vector<MethodDef> methods_;
 };
 

@@ -6,7 +6,11 @@
 
 namespace om::wmi {
 
-char16_t foldChar(char16_t c) { return (c >= u'A' && c <= u'Z') ? static_cast<char16_t>(c - u'A' + u'a') : c; }
+size_t NoCaseHash::operator()(std::u16string_view name) const {
+  size_t hash = 14695981039346656037ull;  // FNV-1a over the folded characters
+  for (const char16_t c : name) hash = (hash ^ foldChar(c)) * 1099511628211ull;
+  return hash;
+}
 
 std::u16string foldCase(std::u16string_view text) {
   std::u16string out(text);

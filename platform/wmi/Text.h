@@ -12,7 +12,7 @@
 
 namespace om::wmi {
 
-char16_t foldChar(char16_t c);
+inline char16_t foldChar(char16_t c) { return (c >= u'A' && c <= u'Z') ? static_cast<char16_t>(c - u'A' + u'a') : c; }
 // The text with ASCII letters in lower case.
 std::u16string foldCase(std::u16string_view text);
 bool equalsNoCase(std::u16string_view a, std::u16string_view b);
@@ -23,6 +23,14 @@ int compareNoCase(std::u16string_view a, std::u16string_view b);
 struct NoCaseLess {
   using is_transparent = void;
   bool operator()(std::u16string_view a, std::u16string_view b) const { return compareNoCase(a, b) < 0; }
+};
+struct NoCaseHash {
+  using is_transparent = void;
+  size_t operator()(std::u16string_view name) const;
+};
+struct NoCaseEqual {
+  using is_transparent = void;
+  bool operator()(std::u16string_view a, std::u16string_view b) const { return equalsNoCase(a, b); }
 };
 
 std::u16string toU16(std::string_view utf8);
