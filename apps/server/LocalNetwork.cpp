@@ -51,8 +51,11 @@ std::map<std::string, Interface> interfaces() {
     if (each->ifa_addr == nullptr) continue;
     switch (each->ifa_addr->sa_family) {
       case AF_INET:
+        // A point-to-point link may report no mask: its address stands alone.
         item.ipv4.emplace_back(text(AF_INET, &reinterpret_cast<const sockaddr_in*>(each->ifa_addr)->sin_addr),
-                               text(AF_INET, &reinterpret_cast<const sockaddr_in*>(each->ifa_netmask)->sin_addr));
+                               each->ifa_netmask == nullptr
+                                   ? std::string("255.255.255.255")
+                                   : text(AF_INET, &reinterpret_cast<const sockaddr_in*>(each->ifa_netmask)->sin_addr));
         break;
       case AF_INET6:
         item.ipv6.push_back(text(AF_INET6, &reinterpret_cast<const sockaddr_in6*>(each->ifa_addr)->sin6_addr));
