@@ -51,12 +51,14 @@ std::string line(const NetworkObjectBase& object) {
 std::string statusText(unsigned long code) { return om::utf16ToUtf8(WbemStatusName(static_cast<HRESULT>(code))); }
 
 // Writes the children of `path` and theirs, indented by depth.
-bool printChildren(WbemNetworkObjectClient& client, const std::string& path, int depth, std::ostream& out) {
+bool printChildren(WbemNetworkObjectClient& client, const CNetworkPath& path, int depth, std::ostream& out) {
   std::vector<NetworkObjectBase> children;
-  if (!client.getChildren(path, children)) return false;
+  if (!client.getChildren(path.getPath(), children)) return false;
   for (const NetworkObjectBase& child : children) {
     out << std::string(2 * depth, ' ') << line(child) << "\n";
-    if (!printChildren(client, path + CNetworkPath::getSeparator() + child.getName(), depth + 1, out)) return false;
+    CNetworkPath childPath(path);
+    childPath.addChild(child.getName());
+    if (!printChildren(client, childPath, depth + 1, out)) return false;
   }
   return true;
 }
@@ -77,7 +79,7 @@ int showTree(const std::string& path) {
   WbemNetworkObjectClient client(connection.getServices());
   std::ostringstream tree;
   tree << om::cp932ToUtf8(path) << "\n";
-  if (!printChildren(client, path, 1, tree)) {
+  if (!printChildren(client, CNetworkPath(path), 1, tree)) {
     return fail(om::cp932ToUtf8(path) + ": " + statusText(client.getErrorCode()));
   }
   std::cout << tree.str();

@@ -86,7 +86,7 @@ std::string networkOf(const std::string& address, const std::string& mask) {
   return text(AF_INET, &a);
 }
 
-std::string rootPath(const std::string& root) { return CNetworkPath::getRootMark() + root; }
+std::string pathOf(const std::vector<std::string>& names) { return CNetworkPath(names).getPath(); }
 
 }  // namespace
 
@@ -127,25 +127,26 @@ void addLocalNetwork(NetworkServer& server) {
     for (const std::string& address : item.ipv6) host.addIpv6Address(address);
   }
   NetworkTree& tree = server.tree;
-  const std::string physical = rootPath(CNetworkPath::getPhysicalRootName());
+  const std::string physical = CNetworkPath::getPhysicalRootName();
   for (const auto& [network, mask] : subnets) {
     NetworkObjectBase subnet;
     subnet.setName(network);
     subnet.setDisplayName(network + "/" + mask);
     subnet.setSubnetMask(mask);
     subnet.setObjectType(kObjectTypeSubnet);
-    tree.add(physical, subnet);
-    tree.add(physical + CNetworkPath::getSeparator() + network, host);
+    tree.add(pathOf({physical}), subnet);
+    tree.add(pathOf({physical, network}), host);
   }
   NetworkObjectBase group;
   group.setName(localGroupName());
   group.setDisplayName(localGroupName());
   group.setObjectType(kObjectTypeGroup);
-  const std::string logical = rootPath(CNetworkPath::getLogicalRootName());
-  tree.add(logical, group);
-  tree.add(logical + CNetworkPath::getSeparator() + localGroupName(), host);
+  const std::string logical = CNetworkPath::getLogicalRootName();
+  tree.add(pathOf({logical}), group);
+  tree.add(pathOf({logical, localGroupName()}), host);
+  const std::vector<NetworkObjectBase> ports = localPorts(host);
   for (const std::string& path : tree.pathNames(host.getName())) {
-    for (const NetworkObjectBase& port : localPorts(host)) tree.add(path, port);
+    for (const NetworkObjectBase& port : ports) tree.add(path, port);
   }
   server.poll = pingNode;
   server.findPorts = localPorts;

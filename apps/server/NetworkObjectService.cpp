@@ -9,7 +9,7 @@
 namespace {
 
 std::string subnetPath(const std::string& subnet) {
-  return CNetworkPath::getRootMark() + CNetworkPath::getPhysicalRootName() + CNetworkPath::getSeparator() + subnet;
+  return CNetworkPath(std::vector<std::string>{CNetworkPath::getPhysicalRootName(), subnet}).getPath();
 }
 
 }  // namespace

@@ -106,11 +106,11 @@ bool NetworkTree::hasChildren(const std::string& path) const {
   return entry != nullptr && !entry->children.empty();
 }
 
-void NetworkTree::collectPaths(const std::string& name, const std::string& path, std::vector<std::string>& out) const {
-  const Entry& entry = entries_.at(CNetworkPath(path).name());
-  for (const std::string& child : entry.children) {
-    const std::string childPath = path + CNetworkPath::getSeparator() + child;
-    if (child == name) out.push_back(childPath);
+void NetworkTree::collectPaths(const std::string& name, const CNetworkPath& path, std::vector<std::string>& out) const {
+  for (const std::string& child : entries_.at(path.name()).children) {
+    CNetworkPath childPath(path);
+    childPath.addChild(child);
+    if (child == name) out.push_back(childPath.getPath());
     collectPaths(name, childPath, out);
   }
 }
@@ -118,8 +118,8 @@ void NetworkTree::collectPaths(const std::string& name, const std::string& path,
 std::vector<std::string> NetworkTree::pathNames(const std::string& name) const {
   std::vector<std::string> paths;
   for (const std::string& root : {CNetworkPath::getPhysicalRootName(), CNetworkPath::getLogicalRootName()}) {
-    const std::string rootPath = CNetworkPath::getRootMark() + root;
-    if (root == name) paths.push_back(rootPath);
+    const CNetworkPath rootPath(std::vector<std::string>{root});
+    if (root == name) paths.push_back(rootPath.getPath());
     collectPaths(name, rootPath, paths);
   }
   return paths;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "model/NetworkObjectBase.h"
+#include "model/NetworkPath.h"
 
 // The object types this server gives its objects.
 enum ServerObjectType : int {
@@ -70,7 +71,7 @@ class NetworkTree {
   bool isRoot(const std::string& name) const;
   bool isAncestor(const std::string& ancestor, const std::string& name) const;
   bool isListed(const std::string& name) const;
-  void collectPaths(const std::string& name, const std::string& path, std::vector<std::string>& out) const;
+  void collectPaths(const std::string& name, const CNetworkPath& path, std::vector<std::string>& out) const;
 
   std::map<std::string, Entry> entries_;
 };

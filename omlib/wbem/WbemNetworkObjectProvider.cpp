@@ -1,10 +1,8 @@
 #include "wbem/WbemNetworkObjectProvider.h"
 
 HRESULT WbemNetworkObjectProvider::execInit(IWbemContext* ctx) {
-  return initMethod(getServices(), ctx, getClassName(), m_tstrMethodName, m_pClassDef);
+  return initMethod(getServices(), ctx, getClassName());
 }
-
-HRESULT WbemNetworkObjectProvider::indicate(bool result) { return indicateOutput("ReturnValue", CComVariant(result)); }
 
 HRESULT GetChildrenMethod::indicate(std::vector<SerializableNetObj*>& children) {
   if (m_pClassDef == nullptr) return WBEM_E_INVALID_OPERATION;

@@ -19,8 +19,7 @@
 #include "wbem/WbemProvider.h"
 
 // A network object on the provider side. It caches the class definition and
-// the out-parameter signature of its method on the first execInit; copies
-// share the caches.
+// the out-parameter signature of its method on the first execInit.
 class WbemNetworkObjectProvider : public WbemNetworkObject, public WbemProvider {
  public:
   WbemNetworkObjectProvider(IWbemServices* services, IWbemClassObject* inParams, IWbemObjectSink* sink)
@@ -33,20 +32,14 @@ class WbemNetworkObjectProvider : public WbemNetworkObject, public WbemProvider 
   // this object's method unless cached; the HRESULT of the last step.
   HRESULT execInit(IWbemContext* ctx);
   // Delivers "ReturnValue".
-  HRESULT indicate(bool result);
-  const tstring& getMethodName() const { return m_tstrMethodName; }
+  HRESULT indicate(bool result) { return indicateReturnValue(result); }
 
  protected:
   WbemNetworkObjectProvider(const char* method, IWbemServices* services, IWbemClassObject* inParams,
                             IWbemObjectSink* sink)
       : WbemNetworkObjectProvider(services, inParams, sink) {
-    m_tstrMethodName = method;
+    setMethod(method);
   }
-
-  CComPtr<IWbemClassObject> m_pClassDef;
-
- private:
-  tstring m_tstrMethodName;
 };
 
 // Declares a method class taking the call's services, in-parameters and sink.

@@ -92,9 +92,7 @@ bool WbemOMNetworkClient::isAutoDiscoverManagerRunning() { return get() && isAut
 
 // ---- WbemOMNetworkProvider ---------------------------------------------------------
 
-HRESULT WbemOMNetworkProvider::execInit(IWbemContext* ctx) {
-  return initMethod(getServices(), ctx, getClassName(), m_tstrMethodName, m_pClassDef);
-}
+HRESULT WbemOMNetworkProvider::execInit(IWbemContext* ctx) { return initMethod(getServices(), ctx, getClassName()); }
 
 HRESULT SearchMethod::getInParams(tstring& searchString, bool& ignoreCase) {
   const HRESULT hr = getInParam_SearchString(searchString);

@@ -74,16 +74,6 @@ class WbemOMNetworkProvider : public WbemOMNetwork, public WbemProvider {
   // Fetches the class "OrvaManagerNetwork" (with `ctx`) and the
   // out-signature of the method unless cached; the HRESULT of the last step.
   HRESULT execInit(IWbemContext* ctx);
-  const tstring& getMethodName() const { return m_tstrMethodName; }
-
- protected:
-  void setMethod(const tstring& method) { m_tstrMethodName = method; }
-  // Delivers "ReturnValue".
-  HRESULT indicateReturnValue(bool result) { return indicateOutput("ReturnValue", CComVariant(result)); }
-
- private:
-  CComPtr<IWbemClassObject> m_pClassDef;
-  tstring m_tstrMethodName;
 };
 
 class PollingManagerMethod : public WbemOMNetworkProvider {

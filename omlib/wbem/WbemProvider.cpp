@@ -143,19 +143,18 @@ HRESULT WbemProvider::getParamStrings(const tstring& name, std::vector<tstring>&
   return hr;
 }
 
-HRESULT WbemProvider::initMethod(IWbemServices* services, IWbemContext* ctx, const tstring& className,
-                                 const tstring& method, CComPtr<IWbemClassObject>& cls) {
+HRESULT WbemProvider::initMethod(IWbemServices* services, IWbemContext* ctx, const tstring& className) {
   HRESULT hr = WBEM_S_NO_ERROR;
-  if (cls == nullptr) {
+  if (m_pClassDef == nullptr) {
     if (services == nullptr) return WBEM_E_INVALID_PARAMETER;
-    hr = services->GetObject(om::bstrOf(className), 0, ctx, &cls, nullptr);
+    hr = services->GetObject(om::bstrOf(className), 0, ctx, &m_pClassDef, nullptr);
     if (FAILED(hr)) {
-      cls.Release();
+      m_pClassDef.Release();
       return hr;
     }
   }
   if (m_pOutClass == nullptr) {
-    hr = cls->GetMethod(om::bstrOf(method), 0, nullptr, &m_pOutClass);
+    hr = m_pClassDef->GetMethod(om::bstrOf(m_tstrMethodName), 0, nullptr, &m_pOutClass);
     if (SUCCEEDED(hr) && m_pOutClass == nullptr) hr = WBEM_E_INVALID_METHOD;
     if (FAILED(hr)) m_pOutClass.Release();
   }

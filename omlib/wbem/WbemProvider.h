@@ -15,7 +15,9 @@
 // One method call served by a provider: reads the call's in-parameters,
 // fills the out-parameters and reports the result through the call's sink.
 // The in-parameters and the sink belong to WMI; the out-class and the
-// out-instance are held (one reference each) until clear() or destruction.
+// out-instance are held (one reference each) until clear() or destruction,
+// the class definition and the method's name for the object's life. Copies
+// share the cached class objects.
 class WbemProvider {
  public:
   WbemProvider(IWbemClassObject* inParams, IWbemObjectSink* sink) : m_pInParams(inParams), m_pSink(sink) {}
@@ -33,27 +35,34 @@ class WbemProvider {
   // The same for a string array (null reads as an empty list).
   HRESULT getParamStrings(const tstring& name, std::vector<tstring>& values);
   void clear();
+  // The method this object serves.
+  const tstring& getMethodName() const { return m_tstrMethodName; }
 
  protected:
-  // Caches the class `className` in `cls` (read with the call's context)
-  // and the out-parameter signature of `method` in the out-class, each
+  void setMethod(const tstring& method) { m_tstrMethodName = method; }
+  // Caches the class `className` (read with the call's context) and the
+  // out-parameter signature of this object's method in the out-class, each
   // unless cached already; a failed step clears its cache. Returns the
   // HRESULT of the last step taken.
-  HRESULT initMethod(IWbemServices* services, IWbemContext* ctx, const tstring& className, const tstring& method,
-                     CComPtr<IWbemClassObject>& cls);
+  HRESULT initMethod(IWbemServices* services, IWbemContext* ctx, const tstring& className);
   // Spawns the out-instance from the out-class, puts `name` into it and
   // hands it to the sink; the HRESULT of the first failing step or of
   // Indicate.
   HRESULT indicateOutput(const tstring& name, const CComVariant& value);
   HRESULT indicateOutput(const tstring& name, const std::vector<tstring>& values);
+  // Delivers the boolean "ReturnValue".
+  HRESULT indicateReturnValue(bool result) { return indicateOutput("ReturnValue", CComVariant(result)); }
 
   IWbemClassObject* m_pInParams;
   IWbemObjectSink* m_pSink;
   CComPtr<IWbemClassObject> m_pOutClass;
   CComPtr<IWbemClassObject> m_pOutInstance;
+  CComPtr<IWbemClassObject> m_pClassDef;
 
  private:
   HRESULT getParam(const tstring& name, VARTYPE type, CComVariant& value);
+
+  tstring m_tstrMethodName;
 };
 
 // Owns one BSTR and frees it when destroyed or replaced.
