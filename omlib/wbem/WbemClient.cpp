@@ -1,5 +1,7 @@
 #include "wbem/WbemClient.h"
 
+#include <cstdio>
+
 #include <om/WbemGuids.h>
 #include <oleauto.h>
 #include <windows.h>
@@ -44,7 +46,7 @@ bool createArray(const std::vector<Text>& items, CComVariant& value) {
 }
 
 template <class Text>
-bool readArray(const CComVariant& value, std::vector<Text>& items) {
+bool readArray(const VARIANT& value, std::vector<Text>& items) {
   items.clear();
   if (value.vt == VT_NULL || value.vt == VT_EMPTY) return true;
   if (value.vt != (VT_ARRAY | VT_BSTR) || value.parray == nullptr) return false;
@@ -114,17 +116,71 @@ bool WbemClient::createStringSafeArray(const std::vector<std::string>& items, CC
   return createArray(items, value);
 }
 
-bool WbemClient::getStringArray(const CComVariant& value, std::vector<tstring>& items) {
+bool WbemClient::getStringArray(const VARIANT& value, std::vector<tstring>& items) { return readArray(value, items); }
+
+bool WbemClient::getStringArray(const VARIANT& value, std::vector<std::string>& items) {
   return readArray(value, items);
 }
 
-bool WbemClient::getStringArray(const CComVariant& value, std::vector<std::string>& items) {
-  return readArray(value, items);
+CComVariant WbemClient::ComVarTime(const CTime& time) { return CComVariant(time.Format(m_tstrWbemTimeFormat).GetString()); }
+
+CTime WbemClient::CTimeFromComVar(const VARIANT& value) {
+  const std::string text = textOf(value);
+  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+  if (std::sscanf(text.c_str(), m_tstrStrTimeFormat, &year, &month, &day, &hour, &minute, &second) != 6) {
+    return CTime();
+  }
+  return CTime(year, month, day, hour, minute, second);
 }
 
 bool WbemClient::runReturnValueMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink) {
   bool value = false;
   return runMethod(access, method, sink, "ReturnValue", value) && (sink != nullptr || value);
+}
+
+bool WbemClient::readObjects(WbemAccess& access, const tstring& name, WbemClient& reader,
+                             const std::function<void()>& taken) {
+  for (;;) {
+    CComPtr<IWbemClassObject> element;
+    if (!access.getOutput(name, &element)) return false;
+    if (element == nullptr) return true;
+    reader.getFromInstance(element);
+    taken();
+  }
+}
+
+bool WbemClient::readEnumeration(WbemAccess& access, WbemClient& reader, const std::function<void()>& taken) {
+  for (;;) {
+    CComPtr<IWbemClassObject> object;
+    ULONG returned = 0;
+    if (!access.getOutput(1, &object.p, returned)) return GetLastError() == static_cast<DWORD>(WBEM_S_FALSE);
+    reader.getFromInstance(object);
+    taken();
+  }
+}
+
+bool WbemClient::runZeroReturnMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink) {
+  int value = -1;
+  return runMethod(access, method, sink, "ReturnValue", value) && (sink != nullptr || value == 0);
+}
+
+bool WbemClient::getByKey(int key) {
+  WbemAccess access(this);
+  access.setKeyPrefix(getClassName());
+  return keepResult(access.get(key));
+}
+
+bool WbemClient::removeByKey(int key) {
+  WbemAccess access(this);
+  access.setKeyPrefix(getClassName());
+  return keepResult(access.remove(key));
+}
+
+bool WbemClient::callForBool(const char* method, std::initializer_list<std::pair<const char*, tstring>> params,
+                             IWbemObjectSink* sink) {
+  WbemAccess access(this);
+  for (const auto& [name, value] : params) access.putParam(name, value.c_str());
+  return runReturnValueMethod(access, method, sink);
 }
 
 HRESULT WbemClient::putProperty(IWbemClassObject* instance, LPCWSTR name, const CComVariant& value) {
@@ -426,6 +482,32 @@ bool WbemAccess::getOutput(ULONG count, IWbemClassObject** objects, ULONG& retur
   if (FAILED(hr)) return fail(hr);
   if (returned == 0) return fail(hr == WBEM_S_TIMEDOUT ? WBEM_S_TIMEDOUT : WBEM_S_FALSE);
   return true;
+}
+
+// ---- WbemQueryCursor -----------------------------------------------------------------
+
+bool WbemQueryCursor::start(IWbemServices* services, const tstring& className, const tstring& query,
+                            const std::vector<std::pair<tstring, CComVariant>>& context) {
+  m_access = WbemAccess(services, className);
+  for (const auto& [name, value] : context) m_access.putContext(name, value);
+  m_bOpen = m_access.query(query);
+  return m_bOpen;
+}
+
+bool WbemQueryCursor::next(WbemClient& reader) {
+  if (!m_bOpen) return false;
+  CComPtr<IWbemClassObject> object;
+  ULONG returned = 0;
+  if (!m_access.getOutput(1, &object.p, returned)) {
+    close();
+    return false;
+  }
+  return reader.getFromInstance(object);
+}
+
+void WbemQueryCursor::close() {
+  m_access = WbemAccess(nullptr, tstring());
+  m_bOpen = false;
 }
 
 // ---- Extended error ----------------------------------------------------------------

@@ -5,10 +5,13 @@
 #ifndef OMLIB_WBEM_WBEMCLIENT_H_
 #define OMLIB_WBEM_WBEMCLIENT_H_
 
+#include <functional>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <afx.h>
 #include <atlbase.h>
 #include <atlcomcli.h>
 #include <omtools/tstring.h>
@@ -57,10 +60,21 @@ class WbemClient {
   static bool createStringSafeArray(const std::vector<std::string>& items, CComVariant& value);
   // The strings of a SAFEARRAY of BSTRs; false for any other value (VT_NULL
   // gives an empty list and true).
-  static bool getStringArray(const CComVariant& value, std::vector<tstring>& items);
-  static bool getStringArray(const CComVariant& value, std::vector<std::string>& items);
+  static bool getStringArray(const VARIANT& value, std::vector<tstring>& items);
+  static bool getStringArray(const VARIANT& value, std::vector<std::string>& items);
   // The narrow text of a string value, empty for any other value.
   static std::string textOf(const VARIANT& value);
+  static std::string StringComVar(const VARIANT& value) { return textOf(value); }
+  // A string value holding `text` (code page 932).
+  static CComVariant ComVarString(const std::string& text) { return CComVariant(text.c_str()); }
+  // A CIM datetime: the local time of `time` written with
+  // m_tstrWbemTimeFormat, so always with the offset +540 whatever the time
+  // zone.
+  static CComVariant ComVarTime(const CTime& time);
+  // The local time named by the first fourteen digits of a datetime text
+  // (m_tstrStrTimeFormat); the offset is ignored. A value that is not a
+  // string, is empty or does not start with those digits gives the null time.
+  static CTime CTimeFromComVar(const VARIANT& value);
 
  protected:
   friend class WbemAccess;
@@ -84,6 +98,33 @@ class WbemClient {
   // The same for a method whose result is the boolean "ReturnValue": false
   // also when that cannot be read or is false.
   bool runReturnValueMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink);
+  // The same for a method whose result is the sint32 "ReturnValue", which
+  // is 0 for success: false also when that cannot be read or is not 0.
+  bool runZeroReturnMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink);
+  // Runs `method` of this wrapper's class with string in-parameters, in
+  // order, and reads its boolean "ReturnValue" as runReturnValueMethod does.
+  bool callForBool(const char* method, std::initializer_list<std::pair<const char*, tstring>> params,
+                   IWbemObjectSink* sink);
+
+  // Reads, one at a time, the embedded objects of the out-parameter `name`
+  // of the last method call of `access` (or, below, the objects of the
+  // enumeration or query it started) into `reader` with its getFromInstance,
+  // and calls `taken` after each. True once none is left; false, with the
+  // HRESULT as last error, when one cannot be read: those read before it
+  // stay taken.
+  static bool readObjects(WbemAccess& access, const tstring& name, WbemClient& reader,
+                          const std::function<void()>& taken);
+  static bool readEnumeration(WbemAccess& access, WbemClient& reader, const std::function<void()>& taken);
+  // Every instance of the class of `Wrapper`, each read into a fresh record
+  // and appended to `records`; false when the enumeration cannot be started
+  // or an instance cannot be read.
+  template <class Wrapper, class Record>
+  static bool enumerateAll(IWbemServices* services, std::vector<Record>& records);
+
+  // The instance keyed by `key` in the form Class="key" (the class's one
+  // key property), read into this wrapper or deleted.
+  bool getByKey(int key);
+  bool removeByKey(int key);
 
   // Property transfer for putToInstance and getFromInstance. A write
   // returns the HRESULT of the Put. A number or a boolean is read only when
@@ -195,6 +236,26 @@ class WbemAccess {
   long m_lTimeout = WBEM_INFINITE;
 };
 
+// The results of one WQL query, read one at a time into a wrapper: the record
+// enumerations of the log and task record clients. Copies share the query.
+class WbemQueryCursor {
+ public:
+  // Starts `query` with the context values given. False, with the HRESULT
+  // as last error, when it cannot be started; the cursor is then empty.
+  bool start(IWbemServices* services, const tstring& className, const tstring& query,
+             const std::vector<std::pair<tstring, CComVariant>>& context);
+  // Reads the next result into `reader`; false when none is left, the
+  // cursor is empty or the result cannot be read.
+  bool next(WbemClient& reader);
+  // True while results may be left.
+  bool isOpen() const { return m_bOpen; }
+  void close();
+
+ private:
+  WbemAccess m_access{nullptr, tstring()};
+  bool m_bOpen = false;
+};
+
 // The WMI error object of the calling thread, read (and taken) after a
 // failed call when it is a "__NotifyStatus" or "__ExtendedStatus".
 struct WbemErrorInfo {
@@ -207,6 +268,17 @@ struct WbemErrorInfo {
   long orvaStatusCode = 0;
 };
 bool readWbemErrorInfo(WbemErrorInfo& info);
+
+template <class Wrapper, class Record>
+bool WbemClient::enumerateAll(IWbemServices* services, std::vector<Record>& records) {
+  Wrapper reader(services);
+  WbemAccess access(&reader);
+  if (!access.enumerate()) return false;
+  return readEnumeration(access, reader, [&] {
+    records.push_back(reader.getObject());
+    reader.setObject(Record());
+  });
+}
 
 template <class Out>
 bool WbemClient::runMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink, const tstring& output,

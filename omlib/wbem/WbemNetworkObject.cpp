@@ -1,6 +1,6 @@
 #include "wbem/WbemNetworkObject.h"
 
-#include <vector>
+#include "wbem/WbemProperties.h"
 
 WbemNetworkObject::WbemNetworkObject(IWbemServices* services) : WbemClient(services) {}
 
@@ -19,83 +19,54 @@ bool WbemNetworkObject::get(const tstring& path, bool silent) {
   return keepResult(access.get(path));
 }
 
+namespace {
+
+using NOB = NetworkObjectBase;
+
+// The 34 properties of "NetworkObject", in the class's order.
+constexpr om::WbemProperty<NOB> kProperties[] = {
+    om::property<&NOB::getName, &NOB::setName>(u"ObjectName"),
+    om::property<&NOB::getDescription, &NOB::setDescription>(u"Description"),
+    om::property<&NOB::getDisplayName, &NOB::setDisplayName>(u"DisplayName"),
+    om::property<&NOB::getDNSName, &NOB::setDNSName>(u"DNSName"),
+    om::property<&NOB::getMacAddress, &NOB::setMacAddress>(u"MacAddress"),
+    om::property<&NOB::getSubnetMask, &NOB::setSubnetMask>(u"SubnetMask"),
+    om::property<&NOB::getObjectType, &NOB::setObjectType>(u"ObjectType"),
+    om::property<&NOB::getObjectFunction, &NOB::setObjectFunction>(u"ObjectFunction"),
+    om::property<&NOB::getNodeStatus, &NOB::setNodeStatus>(u"NodeStatus"),
+    om::property<&NOB::getPortStatus, &NOB::setPortStatus>(u"PortStatus"),
+    om::property<&NOB::getPortType, &NOB::setPortType>(u"PortType"),
+    om::property<&NOB::isOurProduct, &NOB::setIsOurProduct>(u"IsOurProduct"),
+    om::property<&NOB::isExProduct, &NOB::setIsExProduct>(u"IsExProduct"),
+    om::property<&NOB::getVLANName, &NOB::setVLANName>(u"VLANName"),
+    om::property<&NOB::getNumber, &NOB::setNumber>(u"Number"),
+    om::property<&NOB::getIfIndex, &NOB::setIfIndex>(u"IfIndex"),
+    om::property<&NOB::getReadCommunityName, &NOB::setReadCommunityName>(u"ReadCommunityName"),
+    om::property<&NOB::getWriteCommunityName, &NOB::setWriteCommunityName>(u"WriteCommunityName"),
+    om::property<&NOB::getSysObjectID, &NOB::setSysObjectID>(u"SysObjectID"),
+    om::property<&NOB::getSysName, &NOB::setSysName>(u"SysName"),
+    om::property<&NOB::getSysContact, &NOB::setSysContact>(u"SysContact"),
+    om::property<&NOB::hasTelnet, &NOB::setHasTelnet>(u"HasTelnet"),
+    om::property<&NOB::hasHTTP, &NOB::setHasHTTP>(u"HasHTTP"),
+    om::property<&NOB::hasTFTP, &NOB::setHasTFTP>(u"HasTFTP"),
+    om::property<&NOB::hasStack, &NOB::setHasStack>(u"HasStack"),
+    om::property<&NOB::hasVlan, &NOB::setHasVlan>(u"HasVlan"),
+    om::property<&NOB::getPollingInterval, &NOB::setPollingInterval>(u"PollingInterval"),
+    om::property<&NOB::isPollingPort, &NOB::setIsPollingPort>(u"IsPollingPort"),
+    om::property<&NOB::getDeleteInterval, &NOB::setDeleteInterval>(u"DeleteInterval"),
+    om::property<&NOB::isTrapped, &NOB::setIsTrapped>(u"IsTrapped"),
+    om::property<&NOB::getSnmpVersion, &NOB::setSnmpVersion>(u"SnmpVersion"),
+    om::property<&NOB::getIpAddresses, &NOB::setIpAddresses>(u"IpAddresses"),
+    om::property<&NOB::getIpv6Addresses, &NOB::setIpv6Addresses>(u"Ipv6Addresses"),
+    om::property<&NOB::getSnmpPort, &NOB::setSnmpPort>(u"SnmpPort"),
+};
+
+}  // namespace
+
 bool WbemNetworkObject::putToInstance(IWbemClassObject* instance) {
-  if (instance == nullptr) return false;
-  putProperty(instance, u"ObjectName", getName());
-  putProperty(instance, u"Description", getDescription());
-  putProperty(instance, u"DisplayName", getDisplayName());
-  putProperty(instance, u"DNSName", getDNSName());
-  putProperty(instance, u"MacAddress", getMacAddress());
-  putProperty(instance, u"SubnetMask", getSubnetMask());
-  putProperty(instance, u"ObjectType", getObjectType());
-  putProperty(instance, u"ObjectFunction", getObjectFunction());
-  putProperty(instance, u"NodeStatus", getNodeStatus());
-  putProperty(instance, u"PortStatus", getPortStatus());
-  putProperty(instance, u"PortType", getPortType());
-  putProperty(instance, u"IsOurProduct", isOurProduct());
-  putProperty(instance, u"IsExProduct", isExProduct());
-  putProperty(instance, u"VLANName", getVLANName());
-  putProperty(instance, u"Number", getNumber());
-  putProperty(instance, u"IfIndex", getIfIndex());
-  putProperty(instance, u"ReadCommunityName", getReadCommunityName());
-  putProperty(instance, u"WriteCommunityName", getWriteCommunityName());
-  putProperty(instance, u"SysObjectID", getSysObjectID());
-  putProperty(instance, u"SysName", getSysName());
-  putProperty(instance, u"SysContact", getSysContact());
-  putProperty(instance, u"HasTelnet", hasTelnet());
-  putProperty(instance, u"HasHTTP", hasHTTP());
-  putProperty(instance, u"HasTFTP", hasTFTP());
-  putProperty(instance, u"HasStack", hasStack());
-  putProperty(instance, u"HasVlan", hasVlan());
-  putProperty(instance, u"PollingInterval", getPollingInterval());
-  putProperty(instance, u"IsPollingPort", isPollingPort());
-  putProperty(instance, u"DeleteInterval", getDeleteInterval());
-  putProperty(instance, u"IsTrapped", isTrapped());
-  putProperty(instance, u"SnmpVersion", static_cast<int>(getSnmpVersion()));
-  putProperty(instance, u"IpAddresses", getIpAddresses());
-  putProperty(instance, u"Ipv6Addresses", getIpv6Addresses());
-  putProperty(instance, u"SnmpPort", getSnmpPort());
-  return true;
+  return om::writeProperties(instance, kProperties, getObject());
 }
 
 bool WbemNetworkObject::getFromInstance(IWbemClassObject* instance) {
-  if (instance == nullptr) return false;
-  int number = 0;
-  bool flag = false;
-  setName(getStringProperty(instance, u"ObjectName"));
-  setDisplayName(getStringProperty(instance, u"DisplayName"));
-  setDescription(getStringProperty(instance, u"Description"));
-  setDNSName(getStringProperty(instance, u"DNSName"));
-  setMacAddress(getStringProperty(instance, u"MacAddress"));
-  setSubnetMask(getStringProperty(instance, u"SubnetMask"));
-  // The range-checked setters keep the enumerations within their values.
-  if (getProperty(instance, u"ObjectType", number)) setObjectType(number);
-  if (getProperty(instance, u"ObjectFunction", number)) setObjectFunction(number);
-  if (getProperty(instance, u"NodeStatus", number)) setNodeStatus(number);
-  if (getProperty(instance, u"PortStatus", number)) setPortStatus(number);
-  if (getProperty(instance, u"PortType", number)) setPortType(number);
-  if (getProperty(instance, u"IsOurProduct", flag)) setIsOurProduct(flag);
-  if (getProperty(instance, u"IsExProduct", flag)) setIsExProduct(flag);
-  setVLANName(getStringProperty(instance, u"VLANName"));
-  if (getProperty(instance, u"Number", number)) setNumber(number);
-  if (getProperty(instance, u"IfIndex", number)) setIfIndex(number);
-  setReadCommunityName(getStringProperty(instance, u"ReadCommunityName"));
-  setWriteCommunityName(getStringProperty(instance, u"WriteCommunityName"));
-  setSysObjectID(getStringProperty(instance, u"SysObjectID"));
-  setSysName(getStringProperty(instance, u"SysName"));
-  setSysContact(getStringProperty(instance, u"SysContact"));
-  if (getProperty(instance, u"HasTelnet", flag)) setHasTelnet(flag);
-  if (getProperty(instance, u"HasHTTP", flag)) setHasHTTP(flag);
-  if (getProperty(instance, u"HasTFTP", flag)) setHasTFTP(flag);
-  if (getProperty(instance, u"HasStack", flag)) setHasStack(flag);
-  if (getProperty(instance, u"HasVlan", flag)) setHasVlan(flag);
-  if (getProperty(instance, u"PollingInterval", number)) setPollingInterval(number);
-  if (getProperty(instance, u"IsPollingPort", flag)) setIsPollingPort(flag);
-  if (getProperty(instance, u"DeleteInterval", number)) setDeleteInterval(number);
-  if (getProperty(instance, u"IsTrapped", flag)) setIsTrapped(flag);
-  if (getProperty(instance, u"SnmpVersion", number)) setSnmpVersion(static_cast<SNMP_VERSION>(number));
-  setIpAddresses(getStringsProperty(instance, u"IpAddresses"));
-  setIpv6Addresses(getStringsProperty(instance, u"Ipv6Addresses"));
-  if (getProperty(instance, u"SnmpPort", number)) setSnmpPort(number);
-  return true;
+  return om::readProperties(instance, kProperties, getObject());
 }

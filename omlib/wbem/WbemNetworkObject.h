@@ -38,8 +38,6 @@ class WbemNetworkObject : public NetworkObjectBase, public WbemClient {
   // value outside their range; a string of another type reads as empty.
   bool putToInstance(IWbemClassObject* instance) override;
   bool getFromInstance(IWbemClassObject* instance) override;
-
-  static std::string StringComVar(CComVariant& value) { return textOf(value); }
 };
 
 #endif  // OMLIB_WBEM_WBEMNETWORKOBJECT_H_

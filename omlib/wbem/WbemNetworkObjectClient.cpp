@@ -6,14 +6,6 @@ bool WbemNetworkObjectClient::getObject(const tstring& path, NetworkObjectBase& 
   return true;
 }
 
-bool WbemNetworkObjectClient::callForBool(const char* method,
-                                          const std::vector<std::pair<const char*, tstring>>& params,
-                                          IWbemObjectSink* sink) {
-  WbemAccess access(this);
-  for (const auto& [name, value] : params) access.putParam(name, value.c_str());
-  return runReturnValueMethod(access, method, sink);
-}
-
 bool WbemNetworkObjectClient::autoAddPort(const tstring& objectName, IWbemObjectSink* sink) {
   return callForBool("AutoAddPort", {{"ObjectName", objectName}}, sink);
 }
@@ -65,11 +57,5 @@ bool WbemNetworkObjectClient::getChildren(const tstring& pathName, std::vector<N
   WbemAccess access(this);
   access.putParam("PathName", pathName.c_str());
   if (!keepResult(access.execute("GetChildren"))) return false;
-  for (;;) {
-    CComPtr<IWbemClassObject> element;
-    if (!keepResult(access.getOutput("Objects", &element))) return false;
-    if (element == nullptr) return true;
-    getFromInstance(element);
-    children.push_back(getObject());
-  }
+  return keepResult(readObjects(access, "Objects", *this, [&] { children.push_back(getObject()); }));
 }

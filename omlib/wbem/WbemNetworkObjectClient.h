@@ -46,11 +46,6 @@ class WbemNetworkObjectClient : public WbemNetworkObject {
   // Sets an SNMP variable of this object.
   bool setSnmpInfo(const tstring& variable, const tstring& value, IWbemObjectSink* sink = nullptr);
   bool hasChildren(const tstring& pathName, IWbemObjectSink* sink = nullptr);
-
- private:
-  // Runs `method` with string in-parameters and reads its "ReturnValue".
-  bool callForBool(const char* method, const std::vector<std::pair<const char*, tstring>>& params,
-                   IWbemObjectSink* sink);
 };
 
 #endif  // OMLIB_WBEM_WBEMNETWORKOBJECTCLIENT_H_

@@ -20,32 +20,14 @@
 
 // A network object on the provider side. It caches the class definition and
 // the out-parameter signature of its method on the first execInit.
-class WbemNetworkObjectProvider : public WbemNetworkObject, public WbemProvider {
+class WbemNetworkObjectProvider : public WbemProviderOf<WbemNetworkObject> {
  public:
-  WbemNetworkObjectProvider(IWbemServices* services, IWbemClassObject* inParams, IWbemObjectSink* sink)
-      : WbemNetworkObject(services), WbemProvider(inParams, sink) {}
-  WbemNetworkObjectProvider(const NetworkObjectBase& object, IWbemServices const* services)
-      : WbemNetworkObject(object, services), WbemProvider(nullptr, nullptr) {}
-  explicit WbemNetworkObjectProvider(IWbemServices* services) : WbemNetworkObjectProvider(services, nullptr, nullptr) {}
-
-  // Fetches the class "NetworkObject" (with `ctx`) and the out-signature of
-  // this object's method unless cached; the HRESULT of the last step.
-  HRESULT execInit(IWbemContext* ctx);
-  // Delivers "ReturnValue".
-  HRESULT indicate(bool result) { return indicateReturnValue(result); }
-
- protected:
-  WbemNetworkObjectProvider(const char* method, IWbemServices* services, IWbemClassObject* inParams,
-                            IWbemObjectSink* sink)
-      : WbemNetworkObjectProvider(services, inParams, sink) {
-    setMethod(method);
-  }
+  using WbemProviderOf::WbemProviderOf;
+  explicit WbemNetworkObjectProvider(IWbemServices* services) : WbemProviderOf(services, nullptr, nullptr) {}
 };
 
 // Declares a method class taking the call's services, in-parameters and sink.
-#define OM_NETWORK_OBJECT_METHOD(Class, method)                                     \
-  Class(IWbemServices* services, IWbemClassObject* inParams, IWbemObjectSink* sink) \
-      : WbemNetworkObjectProvider(method, services, inParams, sink) {}
+#define OM_NETWORK_OBJECT_METHOD(Class, method) OM_WBEM_METHOD(Class, WbemNetworkObjectProvider, method)
 
 class AutoAddPortMethod : public WbemNetworkObjectProvider {
  public:

@@ -1,5 +1,7 @@
 #include "wbem/WbemOMNetwork.h"
 
+#include "wbem/WbemProperties.h"
+
 // ---- WbemOMNetwork -----------------------------------------------------------------
 
 WbemOMNetwork::WbemOMNetwork(const COrvaManagerNetwork& network, IWbemServices const* services)
@@ -26,30 +28,32 @@ bool WbemOMNetwork::get() {
   return keepResult(access.get(networkName().c_str()));
 }
 
+namespace {
+
+using Network = COrvaManagerNetwork;
+
+// The 7 properties of "OrvaManagerNetwork", in the class's order.
+constexpr om::WbemProperty<Network> kProperties[] = {
+    om::property<&Network::getName, &Network::setName>(u"NetworkName"),
+    om::property<&Network::getNumberOfSubnets, &Network::setNumberOfSubnets>(u"NumberOfSubnets"),
+    om::property<&Network::getNumberOfDiscoveredNodes, &Network::setNumberOfDiscoveredNodes>(
+        u"NumberOfDiscoveredNodes"),
+    om::property<&Network::getNumberOfObservingNodes, &Network::setNumberOfObservingNodes>(
+        u"NumberOfObservingNodes"),
+    om::property<&Network::getNodeStatus, &Network::setNodeStatus>(u"NodeStatus"),
+    om::property<&Network::isPollingManager, &Network::setPollingManager>(u"StartOrStopPollingManager"),
+    om::property<&Network::isAutoDiscoverManager, &Network::setAutoDiscoverManager>(
+        u"StartOrStopAutoDiscoverManager"),
+};
+
+}  // namespace
+
 bool WbemOMNetwork::putToInstance(IWbemClassObject* instance) {
-  if (instance == nullptr) return false;
-  putProperty(instance, u"NetworkName", getName());
-  putProperty(instance, u"NumberOfSubnets", getNumberOfSubnets());
-  putProperty(instance, u"NumberOfDiscoveredNodes", getNumberOfDiscoveredNodes());
-  putProperty(instance, u"NumberOfObservingNodes", getNumberOfObservingNodes());
-  putProperty(instance, u"NodeStatus", getNodeStatus());
-  putProperty(instance, u"StartOrStopPollingManager", isPollingManager());
-  putProperty(instance, u"StartOrStopAutoDiscoverManager", isAutoDiscoverManager());
-  return true;
+  return om::writeProperties(instance, kProperties, getOrvaManagerNetwork());
 }
 
 bool WbemOMNetwork::getFromInstance(IWbemClassObject* instance) {
-  if (instance == nullptr) return false;
-  int number = 0;
-  bool flag = false;
-  setName(getStringProperty(instance, u"NetworkName"));
-  if (getProperty(instance, u"NumberOfSubnets", number)) setNumberOfSubnets(number);
-  if (getProperty(instance, u"NumberOfDiscoveredNodes", number)) setNumberOfDiscoveredNodes(number);
-  if (getProperty(instance, u"NumberOfObservingNodes", number)) setNumberOfObservingNodes(number);
-  if (getProperty(instance, u"NodeStatus", number)) setNodeStatus(number);
-  if (getProperty(instance, u"StartOrStopPollingManager", flag)) setPollingManager(flag);
-  if (getProperty(instance, u"StartOrStopAutoDiscoverManager", flag)) setAutoDiscoverManager(flag);
-  return true;
+  return om::readProperties(instance, kProperties, getOrvaManagerNetwork());
 }
 
 // ---- WbemOMNetworkClient -----------------------------------------------------------
@@ -91,8 +95,6 @@ bool WbemOMNetworkClient::isPollingManagerRunning() { return get() && isPollingM
 bool WbemOMNetworkClient::isAutoDiscoverManagerRunning() { return get() && isAutoDiscoverManager(); }
 
 // ---- WbemOMNetworkProvider ---------------------------------------------------------
-
-HRESULT WbemOMNetworkProvider::execInit(IWbemContext* ctx) { return initMethod(getServices(), ctx, getClassName()); }
 
 HRESULT SearchMethod::getInParams(tstring& searchString, bool& ignoreCase) {
   const HRESULT hr = getInParam_SearchString(searchString);

@@ -64,37 +64,23 @@ class WbemOMNetworkClient : public WbemOMNetwork {
 
 // The network on the provider side; caches the class definition and the
 // out-signature of its method on the first execInit.
-class WbemOMNetworkProvider : public WbemOMNetwork, public WbemProvider {
+class WbemOMNetworkProvider : public WbemProviderOf<WbemOMNetwork> {
  public:
-  WbemOMNetworkProvider(IWbemServices* services, IWbemObjectSink* sink)
-      : WbemOMNetworkProvider(services, nullptr, sink) {}
-  WbemOMNetworkProvider(IWbemServices* services, IWbemClassObject* inParams, IWbemObjectSink* sink)
-      : WbemOMNetwork(services), WbemProvider(inParams, sink) {}
-
-  // Fetches the class "OrvaManagerNetwork" (with `ctx`) and the
-  // out-signature of the method unless cached; the HRESULT of the last step.
-  HRESULT execInit(IWbemContext* ctx);
+  using WbemProviderOf::WbemProviderOf;
+  WbemOMNetworkProvider(IWbemServices* services, IWbemObjectSink* sink) : WbemProviderOf(services, nullptr, sink) {}
 };
 
 class PollingManagerMethod : public WbemOMNetworkProvider {
  public:
-  PollingManagerMethod(IWbemServices* services, IWbemClassObject* inParams, IWbemObjectSink* sink)
-      : WbemOMNetworkProvider(services, inParams, sink) {
-    setMethod("PollingManager");
-  }
+  OM_WBEM_METHOD(PollingManagerMethod, WbemOMNetworkProvider, "PollingManager")
   // "StartOrStop": true starts the manager.
   HRESULT getInParams(bool& start) { return getParamBool("StartOrStop", start); }
-  HRESULT indicate(bool result) { return indicateReturnValue(result); }
 };
 
 class AutoDiscoverManagerMethod : public WbemOMNetworkProvider {
  public:
-  AutoDiscoverManagerMethod(IWbemServices* services, IWbemClassObject* inParams, IWbemObjectSink* sink)
-      : WbemOMNetworkProvider(services, inParams, sink) {
-    setMethod("AutoDiscoverManager");
-  }
+  OM_WBEM_METHOD(AutoDiscoverManagerMethod, WbemOMNetworkProvider, "AutoDiscoverManager")
   HRESULT getInParams(bool& start) { return getParamBool("StartOrStop", start); }
-  HRESULT indicate(bool result) { return indicateReturnValue(result); }
 };
 
 // "SearchNetworkObject" or "SearchSubnet", as set by setMethodName.

@@ -135,6 +135,24 @@ HRESULT WbemProvider::getParamBool(const tstring& name, bool& value) {
   return hr;
 }
 
+HRESULT WbemProvider::getParamInt(const tstring& name, long& value) {
+  CComVariant v;
+  const HRESULT hr = getParam(name, VT_I4, v);
+  if (hr == WBEM_S_NO_ERROR) value = v.lVal;
+  return hr;
+}
+
+HRESULT WbemProvider::getParamObject(const tstring& name, IWbemClassObject** object) {
+  *object = nullptr;
+  CComVariant v;
+  HRESULT hr = getParam(name, VT_UNKNOWN, v);
+  if (hr == WBEM_S_NO_ERROR && v.punkVal == nullptr) hr = WBEM_E_INVALID_PARAMETER;
+  if (hr == WBEM_S_NO_ERROR && FAILED(v.punkVal->QueryInterface(IID_IWbemClassObject, reinterpret_cast<void**>(object)))) {
+    hr = WBEM_E_INVALID_PARAMETER;
+  }
+  return hr;
+}
+
 HRESULT WbemProvider::getParamStrings(const tstring& name, std::vector<tstring>& values) {
   CComVariant v;
   HRESULT hr = getParam(name, VT_ARRAY | VT_BSTR, v);
@@ -161,16 +179,52 @@ HRESULT WbemProvider::initMethod(IWbemServices* services, IWbemContext* ctx, con
   return hr;
 }
 
-HRESULT WbemProvider::indicateOutput(const tstring& name, const CComVariant& value) {
+HRESULT WbemProvider::spawnOutput() {
   if (m_pOutClass == nullptr) return WBEM_E_INVALID_OPERATION;
   m_pOutInstance.Release();
-  HRESULT hr = m_pOutClass->SpawnInstance(0, &m_pOutInstance);
+  return m_pOutClass->SpawnInstance(0, &m_pOutInstance);
+}
+
+HRESULT WbemProvider::putOutput(const tstring& name, const CComVariant& value) {
+  if (m_pOutInstance == nullptr) return WBEM_E_INVALID_OPERATION;
   CComVariant copy(value);
-  if (SUCCEEDED(hr)) hr = m_pOutInstance->Put(om::bstrOf(name), 0, &copy, 0);
-  if (FAILED(hr)) return hr;
+  return m_pOutInstance->Put(om::bstrOf(name), 0, &copy, 0);
+}
+
+HRESULT WbemProvider::deliverOutput() {
+  if (m_pOutInstance == nullptr) return WBEM_E_INVALID_OPERATION;
   if (m_pSink == nullptr) return WBEM_E_INVALID_PARAMETER;
   IWbemClassObject* instance = m_pOutInstance;
   return m_pSink->Indicate(1, &instance);
+}
+
+HRESULT WbemProvider::indicateOutput(const tstring& name, const CComVariant& value) {
+  HRESULT hr = spawnOutput();
+  if (SUCCEEDED(hr)) hr = putOutput(name, value);
+  return FAILED(hr) ? hr : deliverOutput();
+}
+
+HRESULT WbemProvider::embeddedArray(IWbemClassObject* cls, WbemClient& wrapper, size_t count,
+                                    const std::function<bool(size_t)>& load, CComVariant& array) {
+  if (cls == nullptr) return WBEM_E_INVALID_OPERATION;
+  SAFEARRAY* objects = SafeArrayCreateVector(VT_UNKNOWN, 0, static_cast<ULONG>(count));
+  if (objects == nullptr) return WBEM_E_OUT_OF_MEMORY;
+  array.Clear();
+  array.vt = VT_ARRAY | VT_UNKNOWN;
+  array.parray = objects;  // freed with `array`
+  LONG stored = 0;
+  for (size_t i = 0; i < count; ++i) {
+    if (!load(i)) continue;
+    CComPtr<IWbemClassObject> instance;
+    HRESULT hr = cls->SpawnInstance(0, &instance);
+    if (FAILED(hr)) return hr;
+    wrapper.putToInstance(instance);
+    hr = SafeArrayPutElement(objects, &stored, static_cast<IUnknown*>(instance));
+    if (FAILED(hr)) return hr;
+    ++stored;
+  }
+  SAFEARRAYBOUND bound{static_cast<ULONG>(stored), 0};
+  return SafeArrayRedim(objects, &bound);
 }
 
 HRESULT WbemProvider::indicateOutput(const tstring& name, const std::vector<tstring>& values) {
