@@ -11,7 +11,7 @@
 #include <atlbase.h>
 #include <wmi/ObjectManager.h>
 
-#include "EmbeddedServer.h"
+#include "server/EmbeddedServer.h"
 #include "RatioReporter.h"
 #include "model/NetworkPath.h"
 #include "wbem/WbemConnect.h"

@@ -12,8 +12,8 @@
 #include <wmi/ObjectManager.h>
 
 #include "Command.h"
-#include "EmbeddedServer.h"
-#include "LocalNetwork.h"
+#include "server/EmbeddedServer.h"
+#include "server/discovery/LocalNetwork.h"
 #include "model/NetworkPath.h"
 #include "wbem/WbemConnect.h"
 #include "wbem/WbemNetworkObjectClient.h"

@@ -1,6 +1,6 @@
 // Kept apart from LocalNetwork.cpp: the socket layer's Windows names must not
 // meet the system's socket headers in one translation unit.
-#include "LocalNetwork.h"
+#include "server/discovery/LocalNetwork.h"
 #include "probe/orvaping.h"
 
 int pingNode(const NetworkObjectBase& node) {

@@ -14,7 +14,7 @@
 #include <wmi/ObjectManager.h>
 
 #include "../wbem/StatusSink.h"
-#include "EmbeddedServer.h"
+#include "server/EmbeddedServer.h"
 #include "model/NetworkPath.h"
 #include "wbem/WbemConnect.h"
 #include "wbem/WbemNetworkObjectClient.h"

@@ -1,4 +1,4 @@
-#include "OMNetworkService.h"
+#include "server/providers/OMNetworkService.h"
 
 #include <algorithm>
 #include <string>

@@ -4,8 +4,8 @@
 // logical root holds groups that list the same objects again. Paths are
 // CNetworkPath texts ("\物理\subnet\node"). Not thread-safe: the server
 // serialises access.
-#ifndef OM_APPS_SERVER_NETWORKTREE_H_
-#define OM_APPS_SERVER_NETWORKTREE_H_
+#ifndef OM_SERVER_NETWORKTREE_H_
+#define OM_SERVER_NETWORKTREE_H_
 
 #include <map>
 #include <string>
@@ -76,4 +76,4 @@ class NetworkTree {
   std::map<std::string, Entry> entries_;
 };
 
-#endif  // OM_APPS_SERVER_NETWORKTREE_H_
+#endif  // OM_SERVER_NETWORKTREE_H_

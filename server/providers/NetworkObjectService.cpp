@@ -1,4 +1,4 @@
-#include "NetworkObjectService.h"
+#include "server/providers/NetworkObjectService.h"
 
 #include <string>
 #include <vector>

@@ -1,12 +1,12 @@
 // OMNetworkService: the provider of the class "OrvaManagerNetwork" over a
 // NetworkServer: its one instance, summarised from the tree, and the four
 // methods, each through its provider method class.
-#ifndef OM_APPS_SERVER_OMNETWORKSERVICE_H_
-#define OM_APPS_SERVER_OMNETWORKSERVICE_H_
+#ifndef OM_SERVER_OMNETWORKSERVICE_H_
+#define OM_SERVER_OMNETWORKSERVICE_H_
 
 #include <omtools/tstring.h>
 
-#include "NetworkServer.h"
+#include "server/providers/ServerProvider.h"
 
 class COrvaManagerNetwork;
 
@@ -38,4 +38,4 @@ class OMNetworkService : public ServerProvider {
                  IWbemObjectSink* sink);
 };
 
-#endif  // OM_APPS_SERVER_OMNETWORKSERVICE_H_
+#endif  // OM_SERVER_OMNETWORKSERVICE_H_

@@ -1,13 +1,13 @@
 // The network this machine can see by itself, for the embedded server: its
 // IPv4 subnets, this host as their node, its interfaces as the node's ports,
 // and a logical group listing the host; probing a node with ICMP echo.
-#ifndef OM_APPS_SERVER_LOCALNETWORK_H_
-#define OM_APPS_SERVER_LOCALNETWORK_H_
+#ifndef OM_SERVER_LOCALNETWORK_H_
+#define OM_SERVER_LOCALNETWORK_H_
 
 #include <string>
 #include <vector>
 
-#include "NetworkServer.h"
+#include "server/NetworkServer.h"
 
 // The name of the logical group that lists this host.
 std::string localGroupName();
@@ -24,4 +24,4 @@ std::vector<NetworkObjectBase> localPorts(const NetworkObjectBase& node);
 // privileges).
 int pingNode(const NetworkObjectBase& node);
 
-#endif  // OM_APPS_SERVER_LOCALNETWORK_H_
+#endif  // OM_SERVER_LOCALNETWORK_H_

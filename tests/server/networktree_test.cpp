@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "ConsoleRunner.h"
-#include "LocalNetwork.h"
-#include "NetworkTree.h"
+#include "../apps/ConsoleRunner.h"
+#include "server/discovery/LocalNetwork.h"
+#include "server/store/NetworkTree.h"
 #include "model/NetworkPath.h"
 
 namespace {

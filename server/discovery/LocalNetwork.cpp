@@ -1,4 +1,4 @@
-#include "LocalNetwork.h"
+#include "server/discovery/LocalNetwork.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>

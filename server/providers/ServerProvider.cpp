@@ -1,28 +1,8 @@
-#include "NetworkServer.h"
+#include "server/providers/ServerProvider.h"
 
-#include <atlbase.h>
 #include <om/codepage.h>
 
 #include "wbem/WbemClient.h"
-
-std::string NetworkServer::snmpValue(const NetworkObjectBase& object, const std::string& variable) {
-  if (variable == "sysName.0") return object.getSysName();
-  if (variable == "sysContact.0") return object.getSysContact();
-  if (variable == "sysObjectID.0") return object.getSysObjectID();
-  if (variable == "sysDescr.0") return object.getDescription();
-  return "noSuchObject";
-}
-
-bool NetworkServer::setSnmpValue(NetworkObjectBase& object, const std::string& variable, const std::string& value) {
-  if (variable == "sysName.0") {
-    object.setSysName(value);
-  } else if (variable == "sysContact.0") {
-    object.setSysContact(value);
-  } else {
-    return false;
-  }
-  return true;
-}
 
 bool keyOfPath(const BSTR path, std::string& key) {
   if (path == nullptr) return false;

@@ -1,10 +1,10 @@
-#include "EmbeddedServer.h"
+#include "server/EmbeddedServer.h"
 
 #include <atlbase.h>
 #include <wmi/ObjectManager.h>
 
-#include "NetworkObjectService.h"
-#include "OMNetworkService.h"
+#include "server/providers/NetworkObjectService.h"
+#include "server/providers/OMNetworkService.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // NetworkObjectService: the provider of the class "NetworkObject" over a
 // NetworkServer. It serves reading, writing, deleting and listing instances
 // and the eleven methods, each through its provider method class.
-#ifndef OM_APPS_SERVER_NETWORKOBJECTSERVICE_H_
-#define OM_APPS_SERVER_NETWORKOBJECTSERVICE_H_
+#ifndef OM_SERVER_NETWORKOBJECTSERVICE_H_
+#define OM_SERVER_NETWORKOBJECTSERVICE_H_
 
-#include "NetworkServer.h"
+#include "server/providers/ServerProvider.h"
 
 class NetworkObjectService : public ServerProvider {
  public:
@@ -36,4 +36,4 @@ class NetworkObjectService : public ServerProvider {
                      IWbemObjectSink* sink);
 };
 
-#endif  // OM_APPS_SERVER_NETWORKOBJECTSERVICE_H_
+#endif  // OM_SERVER_NETWORKOBJECTSERVICE_H_

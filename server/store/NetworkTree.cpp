@@ -1,4 +1,4 @@
-#include "NetworkTree.h"
+#include "server/store/NetworkTree.h"
 
 #include <algorithm>
 

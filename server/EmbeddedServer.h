@@ -3,12 +3,12 @@
 // "OrvaManagerNetwork" over one NetworkServer. Consoles then reach it by
 // connecting to ".". COM must be initialised on the thread that starts and
 // stops it.
-#ifndef OM_APPS_SERVER_EMBEDDEDSERVER_H_
-#define OM_APPS_SERVER_EMBEDDEDSERVER_H_
+#ifndef OM_SERVER_EMBEDDEDSERVER_H_
+#define OM_SERVER_EMBEDDEDSERVER_H_
 
 #include <memory>
 
-#include "NetworkServer.h"
+#include "server/NetworkServer.h"
 #include "wbem/wbemroot.h"
 
 class EmbeddedServer {
@@ -35,4 +35,4 @@ class EmbeddedServer {
 // The product's class definitions (MOF text, UTF-8), built into the program.
 extern const char kOrvaManagerMof[];
 
-#endif  // OM_APPS_SERVER_EMBEDDEDSERVER_H_
+#endif  // OM_SERVER_EMBEDDEDSERVER_H_
