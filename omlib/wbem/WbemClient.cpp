@@ -164,6 +164,12 @@ bool WbemClient::runZeroReturnMethod(WbemAccess& access, const tstring& method, 
   return runMethod(access, method, sink, "ReturnValue", value) && (sink != nullptr || value == 0);
 }
 
+int WbemClient::runCountMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink) {
+  int count = 0;
+  if (!runMethod(access, method, sink, "ReturnValue", count)) return -1;
+  return sink != nullptr ? 0 : count;
+}
+
 bool WbemClient::getByKey(int key) {
   WbemAccess access(this);
   access.setKeyPrefix(getClassName());

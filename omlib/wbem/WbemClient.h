@@ -101,6 +101,9 @@ class WbemClient {
   // The same for a method whose result is the sint32 "ReturnValue", which
   // is 0 for success: false also when that cannot be read or is not 0.
   bool runZeroReturnMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink);
+  // The same for a method whose sint32 "ReturnValue" is a count: the count,
+  // 0 once the call has started with a sink, -1 when the call fails.
+  int runCountMethod(WbemAccess& access, const tstring& method, IWbemObjectSink* sink);
   // Runs `method` of this wrapper's class with string in-parameters, in
   // order, and reads its boolean "ReturnValue" as runReturnValueMethod does.
   bool callForBool(const char* method, std::initializer_list<std::pair<const char*, tstring>> params,

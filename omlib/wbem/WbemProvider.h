@@ -103,6 +103,11 @@ class WbemProviderOf : public Wrapper, public WbemProvider {
   WbemProviderOf(const Record& record, IWbemServices const* services)
       : Wrapper(record, services), WbemProvider(nullptr, nullptr) {}
 
+  // The provider's own status and clear; a record's setStatus or clear is
+  // reached through its wrapper.
+  using WbemProvider::clear;
+  using WbemProvider::setStatus;
+
   // Fetches the wrapper's class (with `ctx`) and the out-signature of this
   // object's method unless cached; the HRESULT of the last step.
   HRESULT execInit(IWbemContext* ctx) { return initMethod(this->getServices(), ctx, this->getClassName()); }
