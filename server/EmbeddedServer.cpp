@@ -1,42 +1,27 @@
 #include "server/EmbeddedServer.h"
 
-#include <atlbase.h>
 #include <wmi/ObjectManager.h>
 
-#include "server/providers/NetworkObjectService.h"
-#include "server/providers/OMNetworkService.h"
-
-namespace {
-
-const char16_t kNamespace[] = u"root\\Velmoran\\OrvaManager";
-
-}  // namespace
+#include "config/DefaultValues.h"
+#include "server/ServerProviders.h"
 
 HRESULT EmbeddedServer::start() {
-  om::wmi::ObjectManager& manager = om::wmi::ObjectManager::instance();
-  HRESULT hr = manager.loadMofText(kOrvaManagerMof);
+  // The settings object is made once, before the providers' threads read it.
+  DefaultValues::getDefault();
+  HRESULT hr = om::wmi::ObjectManager::instance().loadMofText(kOrvaManagerMof);
   if (FAILED(hr)) return hr;
   if (!root_.connectOrvaMan("", "", "", "")) return static_cast<HRESULT>(root_.getErrorCode());
-  CComPtr<IWbemServices> objects;
-  objects.Attach(new NetworkObjectService(root_.getServices(), server_));
-  hr = manager.registerProvider(kNamespace, u"NetworkObject", objects);
+  hr = registerServerProviders(root_.getServices(), server_);
   if (FAILED(hr)) return hr;
-  CComPtr<IWbemServices> network;
-  network.Attach(new OMNetworkService(root_.getServices(), server_));
-  hr = manager.registerProvider(kNamespace, u"OrvaManagerNetwork", network);
-  if (FAILED(hr)) {
-    manager.unregisterProvider(kNamespace, u"NetworkObject");
-    return hr;
-  }
+  events_ = std::make_unique<LogEvents>(root_.getServices(), server_);
   registered_ = true;
   return WBEM_S_NO_ERROR;
 }
 
 void EmbeddedServer::stop() {
+  events_.reset();
   if (registered_) {
-    om::wmi::ObjectManager& manager = om::wmi::ObjectManager::instance();
-    manager.unregisterProvider(kNamespace, u"NetworkObject");
-    manager.unregisterProvider(kNamespace, u"OrvaManagerNetwork");
+    unregisterServerProviders();
     registered_ = false;
   }
   root_.disconnect();

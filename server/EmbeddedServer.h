@@ -1,13 +1,13 @@
 // EmbeddedServer: the server hosted in this process: the object manager with
-// the product's class definitions, and the providers of "NetworkObject" and
-// "OrvaManagerNetwork" over one NetworkServer. Consoles then reach it by
-// connecting to ".". COM must be initialised on the thread that starts and
-// stops it.
+// the product's class definitions, the providers of every class over one
+// NetworkServer, and the log's events. Consoles then reach it by connecting
+// to ".". COM must be initialised on the thread that starts and stops it.
 #ifndef OM_SERVER_EMBEDDEDSERVER_H_
 #define OM_SERVER_EMBEDDEDSERVER_H_
 
 #include <memory>
 
+#include "server/LogEvents.h"
 #include "server/NetworkServer.h"
 #include "wbem/wbemroot.h"
 
@@ -19,7 +19,7 @@ class EmbeddedServer {
   ~EmbeddedServer() { stop(); }
 
   // Loads the class definitions, connects the server to its namespace and
-  // registers both providers; the HRESULT of the first failing step.
+  // registers the providers; the HRESULT of the first failing step.
   HRESULT start();
   // Unregisters the providers and disconnects.
   void stop();
@@ -29,6 +29,7 @@ class EmbeddedServer {
  private:
   std::shared_ptr<NetworkServer> server_;
   WbemRoot root_;
+  std::unique_ptr<LogEvents> events_;
   bool registered_ = false;
 };
 

@@ -1,5 +1,19 @@
 #include "server/NetworkServer.h"
 
+#include "server/discovery/SubnetDiscovery.h"
+#include "server/store/MemoryStores.h"
+
+NetworkServer::NetworkServer()
+    : subnets(std::make_unique<om::server::MemorySubnetStore>()),
+      tasks(std::make_unique<om::server::MemoryTaskStore>()),
+      taskRecords(std::make_unique<om::server::MemoryTaskRecordStore>()),
+      logs(std::make_unique<om::server::MemoryLogStore>()),
+      mib(std::make_unique<om::server::MemoryMibStore>()),
+      actions(std::make_unique<om::server::MemoryActionStore>()),
+      discovery(std::make_unique<SubnetDiscovery>(*this)) {}
+
+NetworkServer::~NetworkServer() { discovery.reset(); }
+
 std::string NetworkServer::snmpValue(const NetworkObjectBase& object, const std::string& variable) {
   if (variable == "sysName.0") return object.getSysName();
   if (variable == "sysContact.0") return object.getSysContact();
@@ -17,4 +31,47 @@ bool NetworkServer::setSnmpValue(NetworkObjectBase& object, const std::string& v
     return false;
   }
   return true;
+}
+
+bool NetworkServer::removeObject(const std::string& name) {
+  const NetworkObjectBase* object = tree.find(name);
+  const bool subnet = object != nullptr && object->getObjectType() == kObjectTypeSubnet;
+  if (!tree.remove(name)) return false;
+  if (subnet) subnets->remove(name);
+  return true;
+}
+
+bool NetworkServer::renameObject(const std::string& oldName, const std::string& newName) {
+  const NetworkObjectBase* object = tree.find(oldName);
+  const bool subnet = object != nullptr && object->getObjectType() == kObjectTypeSubnet;
+  if (!tree.rename(oldName, newName)) return false;
+  if (subnet) subnets->rename(oldName, newName);
+  return true;
+}
+
+DWORD NetworkServer::writeLog(CLogObject record) {
+  std::lock_guard<std::mutex> lock(logMutex_);
+  bool added = false;
+  const DWORD identifier = logs->put(record, &added);
+  if (added && logListener_) logListener_(record);
+  return identifier;
+}
+
+void NetworkServer::setLogListener(std::function<void(const CLogObject& record)> listener) {
+  std::lock_guard<std::mutex> lock(logMutex_);
+  logListener_ = std::move(listener);
+}
+
+DWORD NetworkServer::writeLog(log_def::tagLOGTYPE type, log_def::tagLOGSUBTYPE subType,
+                              log_def::tagTARGETTYPE target, const std::string& name, const std::string& message) {
+  CLogObject record;
+  record.setLevel(log_def::LOGLEVEL_PROGRESS);
+  record.setTime(CTime::GetCurrentTime());
+  record.setType(type);
+  record.setSubType(subType);
+  record.setTargetType(target);
+  record.setInternalName(name.c_str());
+  record.setDisplayName(name.c_str());
+  record.setMessage(message.c_str());
+  return writeLog(record);
 }

@@ -1,6 +1,9 @@
 // NetworkServer: what the server knows and does, shared by its providers:
-// the network tree, the state of its two managers, how it probes a node and
-// finds a node's ports, and its log. Providers lock `mutex` around each use.
+// the network tree, the stores of its records, the state of its two
+// managers, how it probes a node and finds a node's ports, discovery, and
+// its logs. `mutex` guards the tree, the managers' states and the subnet
+// store together (a subnet lives in both); the other stores guard
+// themselves.
 #ifndef OM_SERVER_NETWORKSERVER_H_
 #define OM_SERVER_NETWORKSERVER_H_
 
@@ -10,14 +13,35 @@
 #include <string>
 #include <vector>
 
+#include "monitor/log.h"
+#include "server/store/ActionStore.h"
+#include "server/store/LogStore.h"
+#include "server/store/MibStore.h"
 #include "server/store/NetworkTree.h"
+#include "server/store/SubnetStore.h"
+#include "server/store/TaskRecordStore.h"
+#include "server/store/TaskStore.h"
+
+class SubnetDiscovery;
 
 struct NetworkServer {
   // Node status values this server gives.
   enum NodeStatus : int { kNodeUnknown = 0, kNodeUp = 1, kNodeDown = 2 };
 
+  // Stores held in memory, and discovery over them.
+  NetworkServer();
+  ~NetworkServer();
+  NetworkServer(const NetworkServer&) = delete;
+  NetworkServer& operator=(const NetworkServer&) = delete;
+
   std::mutex mutex;
   NetworkTree tree;
+  std::unique_ptr<SubnetStore> subnets;
+  std::unique_ptr<TaskStore> tasks;
+  std::unique_ptr<TaskRecordStore> taskRecords;
+  std::unique_ptr<LogStore> logs;
+  std::unique_ptr<MibStore> mib;
+  std::unique_ptr<ActionStore> actions;
   bool pollingManager = false;
   bool autoDiscoverManager = false;
   // Probes a node; its new node status. Unset: every node stays unknown.
@@ -31,6 +55,37 @@ struct NetworkServer {
   static bool setSnmpValue(NetworkObjectBase& object, const std::string& variable, const std::string& value);
   // Lines about requests that failed, in order.
   std::vector<std::string> log;
+
+  // Runs `work` with `mutex` held and returns what it returns.
+  template <class Work>
+  auto locked(Work work) {
+    std::lock_guard<std::mutex> lock(mutex);
+    return work();
+  }
+  // Remove or rename an object of the tree; a subnet goes from (or is
+  // renamed in) the subnet store too. The caller holds `mutex`.
+  bool removeObject(const std::string& name);
+  bool renameObject(const std::string& oldName, const std::string& newName);
+
+  // Writes a record to the log store (identifier 0: the next one) and hands
+  // each new record to the log listener, one at a time and in the order of
+  // writing. Returns the record's identifier.
+  DWORD writeLog(CLogObject record);
+  // A record of this server's own: the current time, level "progress",
+  // the target's kind and name.
+  DWORD writeLog(log_def::tagLOGTYPE type, log_def::tagLOGSUBTYPE subType, log_def::tagTARGETTYPE target,
+                 const std::string& name, const std::string& message);
+  // Sets what hears each new log record (null: nothing); it must not write
+  // to the log itself.
+  void setLogListener(std::function<void(const CLogObject& record)> listener);
+
+  // Sweeps subnets and adds the nodes that answer (destroyed first, so that
+  // a sweep under way ends before the stores go).
+  std::unique_ptr<SubnetDiscovery> discovery;
+
+ private:
+  std::mutex logMutex_;
+  std::function<void(const CLogObject& record)> logListener_;
 };
 
 #endif  // OM_SERVER_NETWORKSERVER_H_

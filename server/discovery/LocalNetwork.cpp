@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "model/NetworkPath.h"
+#include "server/discovery/NodeProbe.h"
 
 namespace {
 
@@ -135,6 +136,11 @@ void addLocalNetwork(NetworkServer& server) {
     subnet.setSubnetMask(mask);
     subnet.setObjectType(kObjectTypeSubnet);
     tree.add(pathOf({physical}), subnet);
+    SubnetBase record;
+    record.setName(network);
+    record.setNetworkID(network);
+    record.setSubnetMask(mask);
+    server.subnets->put(record);
     tree.add(pathOf({physical, network}), host);
   }
   NetworkObjectBase group;

@@ -19,9 +19,4 @@ void addLocalNetwork(NetworkServer& server);
 // The interfaces of this host as ports (none for another node).
 std::vector<NetworkObjectBase> localPorts(const NetworkObjectBase& node);
 
-// One ICMP echo to the node's first IPv4 address: up, down, or unknown
-// when it has no address or no echo could be sent (raw sockets need
-// privileges).
-int pingNode(const NetworkObjectBase& node);
-
 #endif  // OM_SERVER_LOCALNETWORK_H_

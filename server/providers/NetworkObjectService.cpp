@@ -73,16 +73,6 @@ HRESULT NetworkObjectService::CreateInstanceEnumAsync(const BSTR, long, IWbemCon
   return finish(sink, hr);
 }
 
-// Runs one method: execInit, then `work` (which reads the in-parameters,
-// does the server's part and indicates), then setStatus.
-template <class Method, class Work>
-HRESULT NetworkObjectService::serve(IWbemContext* ctx, IWbemClassObject* inParams, IWbemObjectSink* sink, Work work) {
-  Method method(services_, inParams, sink);
-  HRESULT hr = method.execInit(ctx);
-  if (SUCCEEDED(hr)) hr = work(method);
-  return method.setStatus(hr);
-}
-
 HRESULT NetworkObjectService::ExecMethodAsync(const BSTR, const BSTR method, long, IWbemContext* ctx,
                                               IWbemClassObject* inParams, IWbemObjectSink* sink) {
   return execMethod(method == nullptr ? std::u16string() : std::u16string(method), ctx, inParams, sink);
@@ -135,48 +125,27 @@ bool setSnmpInfo(NetworkServer& server, const std::string& target, const std::st
 
 }  // namespace
 
-namespace {
-
-// Runs `work` on the tree under the server's lock.
-template <class Work>
-auto withTree(NetworkServer& server, Work work) {
-  std::lock_guard<std::mutex> lock(server.mutex);
-  return work(server.tree);
-}
-
-}  // namespace
-
-template <class Method, class Action>
-HRESULT NetworkObjectService::serveName(IWbemContext* ctx, IWbemClassObject* inParams, IWbemObjectSink* sink,
-                                        Action action) {
-  return serve<Method>(ctx, inParams, sink, [&action](Method& method) {
-    tstring name;
-    const HRESULT hr = method.getInParams(name);
-    return FAILED(hr) ? hr : method.indicate(action(name));
-  });
-}
-
 HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemContext* ctx, IWbemClassObject* in,
                                          IWbemObjectSink* sink) {
   NetworkServer& server = *server_;
   if (method == u"AutoAddPort") {
-    return serveName<AutoAddPortMethod>(ctx, in, sink, [&](const tstring& n) { return autoAddPort(server, n); });
+    return serveOne<AutoAddPortMethod, tstring>(ctx, in, sink, [&](const tstring& n) { return autoAddPort(server, n); });
   }
   if (method == u"isExist") {
-    return serveName<IsExistMethod>(ctx, in, sink, [&](const tstring& n) {
-      return withTree(server, [&](NetworkTree& t) { return t.find(n) != nullptr; });
+    return serveOne<IsExistMethod, tstring>(ctx, in, sink, [&](const tstring& n) {
+      return server.locked([&] { return server.tree.find(n) != nullptr; });
     });
   }
   if (method == u"ForcePolling") {
-    return serveName<ForcePollingMethod>(ctx, in, sink, [&](const tstring& n) { return forcePolling(server, n); });
+    return serveOne<ForcePollingMethod, tstring>(ctx, in, sink, [&](const tstring& n) { return forcePolling(server, n); });
   }
   if (method == u"Delete") {
-    return serveName<DeleteMethod>(
-        ctx, in, sink, [&](const tstring& n) { return withTree(server, [&](NetworkTree& t) { return t.remove(n); }); });
+    return serveOne<DeleteMethod, tstring>(
+        ctx, in, sink, [&](const tstring& n) { return server.locked([&] { return server.removeObject(n); }); });
   }
   if (method == u"HasChildren") {
-    return serveName<HasChildrenMethod>(ctx, in, sink, [&](const tstring& n) {
-      return withTree(server, [&](NetworkTree& t) { return t.hasChildren(n); });
+    return serveOne<HasChildrenMethod, tstring>(ctx, in, sink, [&](const tstring& n) {
+      return server.locked([&] { return server.tree.hasChildren(n); });
     });
   }
   if (method == u"GetPathNames") {
@@ -184,7 +153,7 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
       tstring name;
       const HRESULT hr = m.getInParams(name);
       if (FAILED(hr)) return hr;
-      std::vector<tstring> paths = toTstrings(withTree(server, [&](NetworkTree& t) { return t.pathNames(name); }));
+      std::vector<tstring> paths = toTstrings(server.locked([&] { return server.tree.pathNames(name); }));
       return m.indicate(paths);
     });
   }
@@ -194,12 +163,10 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
       const HRESULT hr = m.getInParams(path);
       if (FAILED(hr)) return hr;
       std::vector<NetworkObjectBase> children;
-      if (!withTree(server, [&](NetworkTree& t) { return t.children(path, children); }))
+      if (!server.locked([&] { return server.tree.children(path, children); }))
         return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
-      std::vector<SerializableNetObj> stored(children.begin(), children.end());
-      std::vector<SerializableNetObj*> pointers;
-      for (SerializableNetObj& each : stored) pointers.push_back(&each);
-      return m.indicate(pointers);
+      SerializableNetObjs found(children);
+      return m.indicate(found.pointers);
     });
   }
   if (method == u"GetSnmpInfo") {
@@ -209,8 +176,8 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
       const HRESULT hr = m.getInParams(target, variables);
       if (FAILED(hr)) return hr;
       std::vector<tstring> results;
-      const bool found = withTree(server, [&](NetworkTree& t) {
-        const NetworkObjectBase* object = t.find(target);
+      const bool found = server.locked([&] {
+        const NetworkObjectBase* object = server.tree.find(target);
         for (size_t i = 0; object != nullptr && i < variables.size(); ++i) {
           results.push_back(NetworkServer::snmpValue(*object, variables[i]));
         }
@@ -224,7 +191,7 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
       tstring name, src, dest;
       const HRESULT hr = m.getInParams(name, src, dest);
       if (FAILED(hr)) return hr;
-      return m.indicate(withTree(server, [&](NetworkTree& t) { return t.move(name, src, dest); }));
+      return m.indicate(server.locked([&] { return server.tree.move(name, src, dest); }));
     });
   }
   if (method == u"Rename") {
@@ -232,7 +199,7 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
       tstring oldName, newName;
       const HRESULT hr = m.getInParams(oldName, newName);
       if (FAILED(hr)) return hr;
-      return m.indicate(withTree(server, [&](NetworkTree& t) { return t.rename(oldName, newName); }));
+      return m.indicate(server.locked([&] { return server.renameObject(oldName, newName); }));
     });
   }
   if (method == u"SetSnmpInfo") {

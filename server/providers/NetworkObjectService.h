@@ -26,12 +26,6 @@ class NetworkObjectService : public ServerProvider {
                                             IWbemClassObject* inParams, IWbemObjectSink* sink) override;
 
  private:
-  template <class Method, class Work>
-  HRESULT serve(IWbemContext* ctx, IWbemClassObject* inParams, IWbemObjectSink* sink, Work work);
-  // A method whose one string in-parameter is passed to `action`, whose
-  // boolean result becomes "ReturnValue".
-  template <class Method, class Action>
-  HRESULT serveName(IWbemContext* ctx, IWbemClassObject* inParams, IWbemObjectSink* sink, Action action);
   HRESULT execMethod(const std::u16string& method, IWbemContext* ctx, IWbemClassObject* inParams,
                      IWbemObjectSink* sink);
 };

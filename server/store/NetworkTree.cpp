@@ -94,6 +94,15 @@ const NetworkObjectBase* NetworkTree::find(const std::string& name) const {
   return found == entries_.end() ? nullptr : &found->second.object;
 }
 
+const NetworkObjectBase* NetworkTree::findByAddress(const std::string& address) const {
+  for (const auto& [name, entry] : entries_) {
+    if (entry.object.getObjectType() == kObjectTypeNode && listed(entry.object.getIpAddresses(), address)) {
+      return &entry.object;
+    }
+  }
+  return nullptr;
+}
+
 bool NetworkTree::children(const std::string& path, std::vector<NetworkObjectBase>& out) const {
   const Entry* entry = resolve(path);
   if (entry == nullptr) return false;

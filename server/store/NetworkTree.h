@@ -37,6 +37,8 @@ class NetworkTree {
   bool update(const NetworkObjectBase& object);
   // The object of that name, or null; valid until the tree changes.
   const NetworkObjectBase* find(const std::string& name) const;
+  // A node that has `address` among its IPv4 addresses, or null.
+  const NetworkObjectBase* findByAddress(const std::string& address) const;
 
   // The objects listed under `path`, in the order added; false when no
   // object lies at that path.

@@ -1,0 +1,21 @@
+// ICMP echo for the server: one address, or one node.
+#ifndef OM_SERVER_DISCOVERY_NODEPROBE_H_
+#define OM_SERVER_DISCOVERY_NODEPROBE_H_
+
+#include <string>
+
+#include "model/NetworkObjectBase.h"
+
+// What an echo to an address found.
+enum class EchoResult { kAnswered, kSilent, kNotSent };
+
+// `tries` echo requests to a dotted IPv4 address, one after the other, each
+// waiting up to `timeoutMs` for its reply. kNotSent when no request could be
+// sent (raw and ICMP datagram sockets both refused).
+EchoResult echoAddress(const std::string& address, int timeoutMs, int tries);
+
+// One echo to the node's first IPv4 address: up, down, or unknown when it
+// has no address or no echo could be sent.
+int pingNode(const NetworkObjectBase& node);
+
+#endif  // OM_SERVER_DISCOVERY_NODEPROBE_H_
