@@ -13,8 +13,7 @@
 #include <om/ComObject.h>
 #include <wmi/ObjectManager.h>
 
-#include "../wbem/StatusSink.h"
-#include "server/EmbeddedServer.h"
+#include "EmbeddedRoad.h"
 #include "model/NetworkPath.h"
 #include "wbem/WbemConnect.h"
 #include "wbem/WbemNetworkObjectClient.h"
@@ -77,61 +76,18 @@ std::vector<std::string> names(const std::vector<NetworkObjectBase>& objects) {
   return out;
 }
 
-// Runs `call` with a fresh sink; the sink's final status and its objects.
-template <class Call>
-CComPtr<StatusSink> async(Call call) {
-  CComPtr<StatusSink> sink;
-  sink.Attach(new StatusSink);
-  EXPECT_TRUE(call(sink.p));
-  sink->wait();
-  return sink;
-}
-
 bool returnValueOf(StatusSink& sink) {
-  if (sink.objects_.size() != 1) return false;
-  CComVariant value;
-  sink.objects_[0]->Get(u"ReturnValue", 0, &value, nullptr, nullptr);
+  const CComVariant value = outputAt(sink, u"ReturnValue");
   return value.vt == VT_BOOL && value.boolVal != VARIANT_FALSE;
 }
 
-class RoadTest : public ::testing::Test {
+class RoadTest : public EmbeddedRoadTest {
  protected:
-  static void SetUpTestSuite() {
-    baseline_ = om::comObjectCount();
-    state_ = std::make_shared<NetworkServer>();
-    connection_ = new WbemConnect;
-    ASSERT_TRUE(connection_->initializeCom(0, 0)) << std::hex << connection_->getErrorCode();
-    server_ = new EmbeddedServer(state_);
-    ASSERT_EQ(server_->start(), WBEM_S_NO_ERROR);
-    buildTree(*state_);
-    ASSERT_TRUE(connection_->connectServer(".", "", "", "")) << std::hex << connection_->getErrorCode();
-    EXPECT_EQ(connection_->getStep(), static_cast<UINT>(WbemConnect::IDS_STEP_SERVER_RUNNING));
-  }
-  static void TearDownTestSuite() {
-    delete connection_;
-    delete server_;
-    om::wmi::ObjectManager::instance().shutdown();
-    SetErrorInfo(0, nullptr);  // the error object of the last failed call
-    CoUninitialize();
-    EXPECT_EQ(om::comObjectCount(), baseline_) << "COM objects leaked";
-  }
   void SetUp() override {
     std::lock_guard<std::mutex> lock(state_->mutex);
     buildTree(*state_);
   }
-
-  IWbemServices* services() { return connection_->getServices(); }
-
-  static long baseline_;
-  static std::shared_ptr<NetworkServer> state_;
-  static WbemConnect* connection_;
-  static EmbeddedServer* server_;
 };
-
-long RoadTest::baseline_ = 0;
-std::shared_ptr<NetworkServer> RoadTest::state_;
-WbemConnect* RoadTest::connection_ = nullptr;
-EmbeddedServer* RoadTest::server_ = nullptr;
 
 TEST_F(RoadTest, GetChildrenBringsEveryChildWithItsAttributes) {
   WbemNetworkObjectClient client(services());
@@ -391,6 +347,8 @@ TEST_F(RoadTest, TheNetworkInstanceAndItsMethods) {
 }
 
 TEST_F(RoadTest, TheServerCheckFailsWhenTheNetworkCannotBeRead) {
+  ASSERT_TRUE(connection_->checkServerRunning());
+  EXPECT_EQ(connection_->getStep(), static_cast<UINT>(WbemConnect::IDS_STEP_SERVER_RUNNING));
   om::wmi::ObjectManager::instance().unregisterProvider(u"root\\Velmoran\\OrvaManager", u"OrvaManagerNetwork");
   WbemOMNetworkClient network(services());
   network.setPollingManager(true);

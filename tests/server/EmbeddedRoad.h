@@ -1,0 +1,67 @@
+// The fixture of the end-to-end tests: an embedded server hosted in the test
+// program, and a console's connection to "." that reaches it through the
+// object manager. Each test suite starts both once and checks at the end
+// that no COM object was left alive.
+#ifndef OMLIB_TESTS_SERVER_EMBEDDEDROAD_H_
+#define OMLIB_TESTS_SERVER_EMBEDDEDROAD_H_
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include <atlbase.h>
+#include <om/ComObject.h>
+#include <wmi/ObjectManager.h>
+
+#include "../wbem/StatusSink.h"
+#include "server/EmbeddedServer.h"
+#include "wbem/WbemConnect.h"
+
+class EmbeddedRoadTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    baseline_ = om::comObjectCount();
+    state_ = std::make_shared<NetworkServer>();
+    connection_ = new WbemConnect;
+    ASSERT_TRUE(connection_->initializeCom(0, 0)) << std::hex << connection_->getErrorCode();
+    server_ = new EmbeddedServer(state_);
+    ASSERT_EQ(server_->start(), WBEM_S_NO_ERROR);
+    ASSERT_TRUE(connection_->connectServer(".", "", "", "")) << std::hex << connection_->getErrorCode();
+  }
+  static void TearDownTestSuite() {
+    delete connection_;
+    delete server_;
+    state_.reset();
+    om::wmi::ObjectManager::instance().shutdown();
+    SetErrorInfo(0, nullptr);  // the error object of the last failed call
+    CoUninitialize();
+    EXPECT_EQ(om::comObjectCount(), baseline_) << "COM objects leaked";
+  }
+
+  static IWbemServices* services() { return connection_->getServices(); }
+
+  static inline long baseline_ = 0;
+  static inline std::shared_ptr<NetworkServer> state_;
+  static inline WbemConnect* connection_ = nullptr;
+  static inline EmbeddedServer* server_ = nullptr;
+};
+
+// Runs `call` with a fresh sink, which it must accept; the sink once its
+// final status has come.
+template <class Call>
+CComPtr<StatusSink> async(Call call) {
+  CComPtr<StatusSink> sink;
+  sink.Attach(new StatusSink);
+  EXPECT_TRUE(call(sink.p));
+  sink->wait();
+  return sink;
+}
+
+// The out-parameter `name` of the one object a sink got, or VT_EMPTY.
+inline CComVariant outputAt(StatusSink& sink, const char16_t* name) {
+  CComVariant value;
+  if (sink.objects_.size() == 1) sink.objects_[0]->Get(name, 0, &value, nullptr, nullptr);
+  return value;
+}
+
+#endif  // OMLIB_TESTS_SERVER_EMBEDDEDROAD_H_
