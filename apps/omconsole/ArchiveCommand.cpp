@@ -1,6 +1,5 @@
 // omconsole archive: reads a file of records kept in an MFC archive and prints
 // each record's fields, or checks that writing them again gives the same bytes.
-#include <cstdio>
 #include <iostream>
 #include <memory>
 #include <set>
@@ -11,6 +10,7 @@
 #include <om/codepage.h>
 
 #include "Command.h"
+#include "JsonText.h"
 #include "model/SerializableAC.h"
 #include "model/SerializableNetObj.h"
 #include "model/SerializableOMNetwork.h"
@@ -132,23 +132,6 @@ class Reader {
   const RecordKind* direct_;
   std::set<CObject*> owned_;
 };
-
-std::string jsonText(const std::string& cp932) {
-  std::string out = "\"";
-  for (unsigned char c : om::cp932ToUtf8(cp932)) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += static_cast<char>(c);
-    } else if (c < 0x20) {
-      char buffer[8];
-      std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
-      out += buffer;
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  return out + "\"";
-}
 
 void printText(const std::vector<Record>& records) {
   for (const Record& r : records) {

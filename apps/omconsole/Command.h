@@ -10,17 +10,33 @@ namespace omconsole {
 
 typedef std::vector<std::string> Args;
 
+class ConsoleSession;
+
 struct Command {
   const char* name;
   const char* usage;  // one or more lines, each starting with the command's name
-  // Runs the command with the arguments after its name; returns the exit status.
+  // Runs the command with the arguments after its name; returns the exit
+  // status. A command has either `run` or `runWith`.
   int (*run)(const Args& args);
+  // The same for a command that goes through the server: the session is
+  // open when it is called.
+  int (*runWith)(ConsoleSession& session, const Args& args);
   // Prints what the installation holds for this command's area; may be null.
   void (*status)();
 };
 
 // Prints "omconsole: MESSAGE" on standard error and returns `status`.
 int fail(const std::string& message, int status = 1);
+
+// Runs one command line (the command's name, then its arguments) as
+// `omconsole WORDS...` would; commands that go through the server use
+// `session`, opening it if needed.
+int runCommandLine(const Args& words, ConsoleSession& session);
+
+// Fails with status 2 and the usage line of `family`'s subcommand `sub`
+// ("usage: omconsole task add NAME --ip ADDRESS ..."), or says that the
+// family has no such subcommand.
+int failUsage(const std::string& family, const std::string& sub);
 
 int runReg(const Args& args);
 void regStatus();
@@ -43,8 +59,17 @@ int runTrace(const Args& args);
 int runPathPing(const Args& args);
 int runPing6(const Args& args);
 
-// The network tree through the embedded server.
-int runTree(const Args& args);
+// Command lines read from standard input, run against one session.
+int runShell(const Args& args);
+
+// The families that go through the embedded server.
+int runTree(ConsoleSession& session, const Args& args);
+int runSubnet(ConsoleSession& session, const Args& args);
+int runTask(ConsoleSession& session, const Args& args);
+int runLog(ConsoleSession& session, const Args& args);
+int runMib(ConsoleSession& session, const Args& args);
+int runAction(ConsoleSession& session, const Args& args);
+int runFilter(ConsoleSession& session, const Args& args);
 
 }  // namespace omconsole
 

@@ -140,6 +140,7 @@ void addLocalNetwork(NetworkServer& server) {
     record.setName(network);
     record.setNetworkID(network);
     record.setSubnetMask(mask);
+    record.setDiscoveredNodes(1);  // this host
     server.subnets->put(record);
     tree.add(pathOf({physical, network}), host);
   }

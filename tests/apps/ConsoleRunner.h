@@ -12,11 +12,22 @@
 #include <iterator>
 #include <string>
 
-// Runs omconsole with `args`; returns its exit status, standard output and
-// standard error.
-inline int console(const std::string& args, std::string* out, std::string* err = nullptr) {
-  const std::string errFile = std::filesystem::temp_directory_path() / ("omconsole-err-" + std::to_string(getpid()));
-  FILE* p = popen((std::string(OMCONSOLE) + " " + args + " 2>" + errFile).c_str(), "r");
+namespace console_detail {
+
+inline std::string tempFile(const char* kind) {
+  return std::filesystem::temp_directory_path() / ("omconsole-" + std::string(kind) + "-" + std::to_string(getpid()));
+}
+
+// Runs omconsole with `args`, its standard input from `input` when given.
+inline int run(const std::string& args, const std::string* input, std::string* out, std::string* err) {
+  const std::string errFile = tempFile("err");
+  const std::string inFile = tempFile("in");
+  std::string command = std::string(OMCONSOLE) + " " + args + " 2>" + errFile;
+  if (input != nullptr) {
+    std::ofstream(inFile, std::ios::binary) << *input;
+    command += " <" + inFile;
+  }
+  FILE* p = popen(command.c_str(), "r");
   out->clear();
   char buffer[4096];
   for (size_t n; (n = fread(buffer, 1, sizeof buffer, p)) > 0;) out->append(buffer, n);
@@ -26,7 +37,22 @@ inline int console(const std::string& args, std::string* out, std::string* err =
     err->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }
   std::filesystem::remove(errFile);
+  std::filesystem::remove(inFile);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace console_detail
+
+// Runs omconsole with `args`; returns its exit status, standard output and
+// standard error.
+inline int console(const std::string& args, std::string* out, std::string* err = nullptr) {
+  return console_detail::run(args, nullptr, out, err);
+}
+
+// The same with `input` as its standard input.
+inline int consoleWithInput(const std::string& args, const std::string& input, std::string* out,
+                            std::string* err = nullptr) {
+  return console_detail::run(args, &input, out, err);
 }
 
 #endif  // OMLIB_TESTS_APPS_CONSOLERUNNER_H_

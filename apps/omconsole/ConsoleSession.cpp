@@ -1,0 +1,62 @@
+#include "ConsoleSession.h"
+
+#include <om/codepage.h>
+#include <wmi/ObjectManager.h>
+
+#include "Command.h"
+#include "MethodCall.h"
+#include "server/EmbeddedServer.h"
+#include "server/discovery/LocalNetwork.h"
+#include "server/store/SystemMib.h"
+#include "wbem/WbemConnect.h"
+
+namespace omconsole {
+
+ConsoleSession::ConsoleSession(bool shared) : shared_(shared) {}
+
+ConsoleSession::~ConsoleSession() { close(); }
+
+bool ConsoleSession::open() {
+  if (state_ == State::kNew) {
+    failure_ = start();
+    state_ = failure_.empty() ? State::kOpen : State::kFailed;
+  }
+  if (state_ == State::kFailed) fail(failure_);
+  return state_ == State::kOpen;
+}
+
+std::string ConsoleSession::start() {
+  connection_ = std::make_unique<WbemConnect>();
+  if (!connection_->initializeCom(0, 0)) return "COM cannot be started: " + statusName(connection_->getErrorCode());
+  network_ = std::make_shared<NetworkServer>();
+  addLocalNetwork(*network_);
+  network_->mib->load(systemMibNodes());
+  server_ = std::make_unique<EmbeddedServer>(network_);
+  const HRESULT started = server_->start();
+  if (FAILED(started)) return "the embedded server cannot start: " + statusName(started);
+  if (!connection_->connectServer(".", "", "", "")) {
+    tstring message;
+    connection_->formatErrorMessage(message, WbemConnect::IDS_CONNECT_ERROR);
+    return om::cp932ToUtf8(message);
+  }
+  return "";
+}
+
+IWbemServices* ConsoleSession::services() const { return connection_->getServices(); }
+
+void ConsoleSession::atClose(std::function<void()> step) { closing_.push_back(std::move(step)); }
+
+void ConsoleSession::close() {
+  if (state_ == State::kNew) return;
+  for (auto step = closing_.rbegin(); step != closing_.rend(); ++step) (*step)();
+  closing_.clear();
+  connection_.reset();
+  server_.reset();
+  network_.reset();  // a sweep under way ends here
+  om::wmi::ObjectManager::instance().shutdown();
+  SetErrorInfo(0, nullptr);  // the error object of the last failed call
+  CoUninitialize();
+  state_ = State::kNew;
+}
+
+}  // namespace omconsole

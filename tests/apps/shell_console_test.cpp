@@ -1,0 +1,98 @@
+// `omconsole shell` itself: how it splits lines, skips comments, ends, and
+// what it answers; and the failures of commands as one line each.
+#include <gtest/gtest.h>
+
+#include "ShellTest.h"
+
+namespace {
+
+using ShellConsoleTest = ShellTest;
+
+TEST_F(ShellConsoleTest, QuotesGroupWordsAndCommentsAndBlankLinesAreSkipped) {
+  ASSERT_EQ(shell("# a comment\n"
+                  "   # an indented comment\n"
+                  "\n"
+                  "task add \"two words\" --ip 10.0.0.1 --display 'say \"hi\"'\n"
+                  "task add joined\" and \"'quoted' --ip 10.0.0.2 --display \"a \\\"b\\\" c\"\n"
+                  "task list --json\n"),
+            0)
+      << err_;
+  const std::string json = jsonPart(out_);
+  EXPECT_TRUE(wellFormedJson(json)) << json;
+  EXPECT_NE(json.find(R"({"name": "two words", "displayName": "say \"hi\"", )"), std::string::npos) << json;
+  EXPECT_NE(json.find(R"({"name": "joined and quoted", "displayName": "a \"b\" c", )"), std::string::npos) << json;
+  EXPECT_EQ(err_, "");
+}
+
+TEST_F(ShellConsoleTest, EveryLineRunsAfterAFailureAndTheStatusTellsOfIt) {
+  EXPECT_EQ(shell("task stop ghost\n"
+                  "task add t --ip 10.0.0.1\n"
+                  "task list\n"),
+            1);
+  EXPECT_EQ(err_, "omconsole: task stop ghost: no such task\n");
+  EXPECT_EQ(linesOf(out_), (std::vector<std::string>{"added task t", "t  -  waiting  10.0.0.1  10  -"}));
+  EXPECT_EQ(shell("task add t --ip 10.0.0.1\ntask list\n"), 0) << err_;
+}
+
+TEST_F(ShellConsoleTest, ExitAndQuitEndTheShell) {
+  for (const char* end : {"exit", "quit"}) {
+    EXPECT_EQ(shell(std::string("task add a --ip 10.0.0.1\n  ") + end + "  \ntask add b --ip 10.0.0.2\n"), 0) << err_;
+    EXPECT_EQ(out_, "added task a\n") << end;
+  }
+}
+
+TEST_F(ShellConsoleTest, StateLastsFromLineToLineButNotFromRunToRun) {
+  ASSERT_EQ(shell("task add kept --ip 10.0.0.1\ntask show kept --json\n"), 0) << err_;
+  EXPECT_NE(out_.find(R"("name": "kept")"), std::string::npos) << out_;
+  std::string out, err;
+  EXPECT_EQ(console("task show kept", &out, &err), 1);
+  EXPECT_EQ(err, "omconsole: task show kept: WBEM_E_NOT_FOUND\n");
+}
+
+TEST_F(ShellConsoleTest, WrongLinesFailWithOneLineEach) {
+  EXPECT_EQ(shell("task frob\n"
+                  "nosuch command\n"
+                  "task add x\n"
+                  "task add x --ip 10.0.0.1 --interval 0\n"
+                  "task add \"open --ip 10.0.0.1\n"
+                  "shell\n"
+                  "task add \"\" --ip 10.0.0.1\n"),
+            1);
+  EXPECT_EQ(linesOf(err_),
+            (std::vector<std::string>{
+                "omconsole: task: unknown subcommand 'frob' (omconsole help lists them)",
+                "omconsole: unknown command 'nosuch'",
+                "omconsole: usage: omconsole task add NAME --ip ADDRESS [--var VARIABLE]... [--interval SECONDS] "
+                "[--samples N] [--display TEXT] [--community NAME]",
+                "omconsole: usage: omconsole task add NAME --ip ADDRESS [--var VARIABLE]... [--interval SECONDS] "
+                "[--samples N] [--display TEXT] [--community NAME]",
+                "omconsole: a quote is not closed: task add \"open --ip 10.0.0.1",
+                "omconsole: shell: a shell runs already",
+                "omconsole: task add \"\": the task has no name",
+            }));
+  EXPECT_EQ(out_, "");
+}
+
+TEST_F(ShellConsoleTest, CommandsOutsideTheShellGiveTheirOwnStatus) {
+  std::string out, err;
+  EXPECT_EQ(console("task add x", &out, &err), 2);
+  EXPECT_EQ(err.rfind("omconsole: usage: omconsole task add NAME --ip ADDRESS", 0), 0u) << err;
+  EXPECT_EQ(console("subnet show nosuch", &out, &err), 1);
+  EXPECT_EQ(err, "omconsole: subnet show nosuch: WBEM_E_NOT_FOUND\n");
+  EXPECT_EQ(console("task add x --ip 10.0.0.1", &out, &err), 0) << err;
+  EXPECT_EQ(out, "added task x\n");
+}
+
+TEST_F(ShellConsoleTest, HelpListsEveryFamilyAndTheShell) {
+  std::string out;
+  ASSERT_EQ(console("help", &out), 0);
+  for (const char* line : {"  subnet discover NAME [--wait]", "  task start|stop|restart|delete NAME|--all",
+                           "  log follow ", "  mib walk HOST START FILE [--overwrite]", "  action set ID ",
+                           "  filter set ID ", "  shell "}) {
+    EXPECT_NE(out.find(line), std::string::npos) << line;
+  }
+  ASSERT_EQ(shell("help\n"), 0);
+  EXPECT_EQ(out_, out);
+}
+
+}  // namespace
