@@ -1,7 +1,7 @@
 // The fixture of the end-to-end tests: an embedded server hosted in the test
 // program, and a console's connection to "." that reaches it through the
-// object manager. Each test suite starts both once and checks at the end
-// that no COM object was left alive.
+// object manager. Both are started once for the program, which checks at
+// its end that no COM object was left alive.
 #ifndef OMLIB_TESTS_SERVER_EMBEDDEDROAD_H_
 #define OMLIB_TESTS_SERVER_EMBEDDEDROAD_H_
 
@@ -17,9 +17,11 @@
 #include "server/EmbeddedServer.h"
 #include "wbem/WbemConnect.h"
 
-class EmbeddedRoadTest : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() {
+// The server and the connection, made once for the whole test program (COM
+// and its security are set once per process) and torn down at its end.
+class EmbeddedRoad : public ::testing::Environment {
+ public:
+  void SetUp() override {
     baseline_ = om::comObjectCount();
     state_ = std::make_shared<NetworkServer>();
     connection_ = new WbemConnect;
@@ -28,7 +30,7 @@ class EmbeddedRoadTest : public ::testing::Test {
     ASSERT_EQ(server_->start(), WBEM_S_NO_ERROR);
     ASSERT_TRUE(connection_->connectServer(".", "", "", "")) << std::hex << connection_->getErrorCode();
   }
-  static void TearDownTestSuite() {
+  void TearDown() override {
     delete connection_;
     delete server_;
     state_.reset();
@@ -38,12 +40,21 @@ class EmbeddedRoadTest : public ::testing::Test {
     EXPECT_EQ(om::comObjectCount(), baseline_) << "COM objects leaked";
   }
 
-  static IWbemServices* services() { return connection_->getServices(); }
-
   static inline long baseline_ = 0;
   static inline std::shared_ptr<NetworkServer> state_;
   static inline WbemConnect* connection_ = nullptr;
   static inline EmbeddedServer* server_ = nullptr;
+};
+
+inline ::testing::Environment* const kEmbeddedRoad = ::testing::AddGlobalTestEnvironment(new EmbeddedRoad);
+
+class EmbeddedRoadTest : public ::testing::Test {
+ protected:
+  static IWbemServices* services() { return EmbeddedRoad::connection_->getServices(); }
+
+  static inline std::shared_ptr<NetworkServer>& state_ = EmbeddedRoad::state_;
+  static inline WbemConnect*& connection_ = EmbeddedRoad::connection_;
+  static inline EmbeddedServer*& server_ = EmbeddedRoad::server_;
 };
 
 // Runs `call` with a fresh sink, which it must accept; the sink once its
