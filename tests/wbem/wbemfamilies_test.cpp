@@ -385,6 +385,21 @@ TEST_F(FamiliesTest, CommunitiesReadFromAnInstanceHoldNoDuplicates) {
   EXPECT_EQ(subnet.getCommunityNames(), (std::vector<std::string>{"public", "ops"}));
 }
 
+TEST_F(FamiliesTest, AnEventCarriesItsRecordAsAnEmbeddedInstance) {
+  WbemLogObjectEvent event(services());
+  event.setObject(WbemLogObject(sampleLog(), services()));
+  CComPtr<IWbemClassObject> instance = real(u"LogObjectEvent");
+  ASSERT_TRUE(event.putToInstance(instance));
+  WbemLogObjectEvent read(nullptr);
+  ASSERT_TRUE(read.getFromInstance(instance));
+  EXPECT_EQ(fields(read.getObject().getObject()), fields(sampleLog()));
+  // Not an event: nothing to carry the record, nothing to read it from.
+  EXPECT_FALSE(event.putToInstance(real(u"LogObject")));
+  EXPECT_FALSE(read.getFromInstance(real(u"LogObjectEvent")));
+  EXPECT_FALSE(read.getFromInstance(real(u"LogObject")));
+  EXPECT_FALSE(event.putToInstance(nullptr));
+}
+
 // ---- Datetimes ---------------------------------------------------------------------------
 
 TEST_F(FamiliesTest, DatetimesAreWrittenInLocalTimeWithTheFixedOffset) {
@@ -399,6 +414,7 @@ TEST_F(FamiliesTest, DatetimesAreWrittenInLocalTimeWithTheFixedOffset) {
     }
     EXPECT_EQ(WbemClient::CTimeFromComVar(CComVariant("")), CTime()) << zone;
     EXPECT_EQ(WbemClient::CTimeFromComVar(CComVariant("yesterday")), CTime()) << zone;
+    EXPECT_EQ(WbemClient::CTimeFromComVar(CComVariant("20040305")), CTime()) << zone;  // a date alone
     EXPECT_EQ(WbemClient::CTimeFromComVar(CComVariant(20040305)), CTime()) << zone;
     CComVariant null;
     null.vt = VT_NULL;
