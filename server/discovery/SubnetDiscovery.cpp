@@ -74,7 +74,8 @@ bool subnetAddresses(const std::string& networkId, const std::string& mask, std:
   return true;
 }
 
-SubnetDiscovery::SubnetDiscovery(NetworkServer& server) : server_(server), lookupName(reverseLookup) {
+SubnetDiscovery::SubnetDiscovery(NetworkServer& server) : server_(server) {
+  lookupName = reverseLookup;
   echo = [](const std::string& address) {
     DefaultValues& settings = *DefaultValues::getDefault();
     return echoAddress(address, 1000 * settingOr(settings.getTimeoutDiscoverForPing(), 1),
