@@ -5,6 +5,7 @@
 #ifndef OM_BENCH_RATIOREPORTER_H_
 #define OM_BENCH_RATIOREPORTER_H_
 
+#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
@@ -41,6 +42,16 @@ class RatioReporter : public benchmark::ConsoleReporter {
   }
   double bytesPerSecond(const std::string& benchmark) const { return counter(benchmark, "bytes_per_second"); }
   double itemsPerSecond(const std::string& benchmark) const { return counter(benchmark, "items_per_second"); }
+
+  // One line: the items per second of `slow` and of its peer `fast`, and how
+  // many times faster the peer is. Nothing when either did not run.
+  void printRatio(const char* label, const std::string& slow, const std::string& fast, const char* items) const {
+    const double slowRate = itemsPerSecond(slow);
+    const double fastRate = itemsPerSecond(fast);
+    if (slowRate <= 0 || fastRate <= 0) return;
+    std::printf("%-40s %10.0f %s/s, peer %10.0f/s: time ratio %.1f\n", label, slowRate, items, fastRate,
+                fastRate / slowRate);
+  }
 
  private:
   struct Result {

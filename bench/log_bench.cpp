@@ -160,14 +160,6 @@ BENCHMARK(BM_LogEnumerateRoad)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LogEnumerateStore)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LogEvents)->Arg(0)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void printRatio(const om::RatioReporter& reporter, const char* label, const char* slow, const char* fast) {
-  const double slowRate = reporter.itemsPerSecond(slow);
-  const double fastRate = reporter.itemsPerSecond(fast);
-  if (slowRate <= 0 || fastRate <= 0) return;
-  std::printf("%-44s %10.0f records/s, peer %10.0f/s: time ratio %.1f\n", label, slowRate, fastRate,
-              fastRate / slowRate);
-}
-
 void printLatency(const om::RatioReporter& reporter, const char* label, const char* benchmark) {
   std::printf("%-44s median %.0f us, p99 %.0f us\n", label, reporter.counter(benchmark, "median_us"),
               reporter.counter(benchmark, "p99_us"));
@@ -179,10 +171,11 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   om::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  printRatio(reporter, "10,000 records: road vs the store", "BM_LogEnumerateRoad", "BM_LogEnumerateStore");
-  printRatio(reporter, "writes with 1 subscriber vs none", "BM_LogEvents/1/real_time", "BM_LogEvents/0/real_time");
-  printRatio(reporter, "writes with 10 subscribers vs none", "BM_LogEvents/10/real_time",
-             "BM_LogEvents/0/real_time");
+  reporter.printRatio("10,000 records: road vs the store", "BM_LogEnumerateRoad", "BM_LogEnumerateStore", "records");
+  reporter.printRatio("writes with 1 subscriber vs none", "BM_LogEvents/1/real_time", "BM_LogEvents/0/real_time",
+                      "records");
+  reporter.printRatio("writes with 10 subscribers vs none", "BM_LogEvents/10/real_time", "BM_LogEvents/0/real_time",
+                      "records");
   printLatency(reporter, "write to delivery, 1 subscriber", "BM_LogEvents/1/real_time");
   printLatency(reporter, "write to delivery, 10 subscribers", "BM_LogEvents/10/real_time");
   return 0;

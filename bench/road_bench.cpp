@@ -11,9 +11,9 @@
 #include <atlbase.h>
 #include <wmi/ObjectManager.h>
 
-#include "server/EmbeddedServer.h"
 #include "RatioReporter.h"
 #include "model/NetworkPath.h"
+#include "server/EmbeddedServer.h"
 #include "wbem/WbemConnect.h"
 #include "wbem/WbemNetworkObjectClient.h"
 
@@ -113,21 +113,13 @@ BENCHMARK(BM_GetChildrenRoad);
 BENCHMARK(BM_GetChildrenMarshalOnly);
 BENCHMARK(BM_GetChildrenDirect);
 
-void printRatio(const om::RatioReporter& reporter, const char* label, const char* slow, const char* fast) {
-  const double slowRate = reporter.itemsPerSecond(slow);
-  const double fastRate = reporter.itemsPerSecond(fast);
-  if (slowRate <= 0 || fastRate <= 0) return;
-  std::printf("%-36s %10.0f children/s, peer %10.0f/s: time ratio %.1f\n", label, slowRate, fastRate,
-              fastRate / slowRate);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   om::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  printRatio(reporter, "road vs copy out of the tree", "BM_GetChildrenRoad", "BM_GetChildrenDirect");
-  printRatio(reporter, "road vs marshalling alone", "BM_GetChildrenRoad", "BM_GetChildrenMarshalOnly");
+  reporter.printRatio("road vs copy out of the tree", "BM_GetChildrenRoad", "BM_GetChildrenDirect", "children");
+  reporter.printRatio("road vs marshalling alone", "BM_GetChildrenRoad", "BM_GetChildrenMarshalOnly", "children");
   return 0;
 }

@@ -9,6 +9,7 @@
 #include <omtools/Registry.h>
 
 #include "Command.h"
+#include "JsonText.h"
 #include "config/DefaultValues.h"
 #include "config/ResetValues.h"
 
@@ -53,23 +54,6 @@ bool checkedValue(const DefaultValues::Setting& s, const std::string& text, tstr
       return true;
   }
   return false;
-}
-
-std::string jsonString(const std::string& utf8) {
-  std::string out = "\"";
-  for (unsigned char c : utf8) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += static_cast<char>(c);
-    } else if (c < 0x20) {
-      char buffer[8];
-      std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
-      out += buffer;
-    } else {
-      out += static_cast<char>(c);
-    }
-  }
-  return out + "\"";
 }
 
 // The product's key must exist before settings are read or written.

@@ -6,9 +6,9 @@
 
 namespace omconsole {
 
-std::string jsonText(const std::string& cp932) {
+std::string jsonString(const std::string& utf8) {
   std::string out = "\"";
-  for (unsigned char c : om::cp932ToUtf8(cp932)) {
+  for (unsigned char c : utf8) {
     if (c == '"' || c == '\\') {
       out += '\\';
       out += static_cast<char>(c);
@@ -22,5 +22,7 @@ std::string jsonText(const std::string& cp932) {
   }
   return out + "\"";
 }
+
+std::string jsonText(const std::string& cp932) { return jsonString(om::cp932ToUtf8(cp932)); }
 
 }  // namespace omconsole

@@ -6,6 +6,9 @@
 
 namespace omconsole {
 
+// A UTF-8 text as a quoted JSON string, with quotes, backslashes and control
+// characters escaped.
+std::string jsonString(const std::string& utf8);
 // A code page 932 text as a quoted JSON string (UTF-8, with quotes,
 // backslashes and control characters escaped).
 std::string jsonText(const std::string& cp932);
