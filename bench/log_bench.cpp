@@ -17,9 +17,8 @@
 #include <om/ComObject.h>
 #include <wmi/ObjectManager.h>
 
+#include "BenchRoad.h"
 #include "RatioReporter.h"
-#include "server/EmbeddedServer.h"
-#include "wbem/WbemConnect.h"
 #include "wbem/WbemLogObject.h"
 
 namespace {
@@ -44,24 +43,15 @@ CLogObject record(int i) {
   return log;
 }
 
-// The process's server (holding kRecords log records) and console
+// The process's server, holding kRecords log records, and console
 // connection, set up once.
-struct Road {
-  Road() : state(std::make_shared<NetworkServer>()), server(state) {
+BenchRoad& road() {
+  static BenchRoad* instance = [] {
+    auto state = std::make_shared<NetworkServer>();
     for (int i = 0; i < kRecords; ++i) state->writeLog(record(i));
-    connection.initializeCom(0, 0);
-    server.start();
-    ready = connection.connectServer(".", "", "", "");
     om::wmi::ObjectManager::instance().setEventQueueLimit(1 << 20);  // none dropped in a round
-  }
-  std::shared_ptr<NetworkServer> state;
-  EmbeddedServer server;
-  WbemConnect connection;
-  bool ready = false;
-};
-
-Road& road() {
-  static Road* instance = new Road;
+    return new BenchRoad(state);
+  }();
   return *instance;
 }
 

@@ -11,10 +11,9 @@
 #include <atlbase.h>
 #include <wmi/ObjectManager.h>
 
+#include "BenchRoad.h"
 #include "RatioReporter.h"
 #include "model/NetworkPath.h"
-#include "server/EmbeddedServer.h"
-#include "wbem/WbemConnect.h"
 #include "wbem/WbemNetworkObjectClient.h"
 
 namespace {
@@ -46,20 +45,8 @@ std::shared_ptr<NetworkServer> makeServer() {
 }
 
 // The process's server and console connection, set up once.
-struct Road {
-  Road() : state(makeServer()), server(state) {
-    connection.initializeCom(0, 0);
-    server.start();
-    ready = connection.connectServer(".", "", "", "");
-  }
-  std::shared_ptr<NetworkServer> state;
-  EmbeddedServer server;
-  WbemConnect connection;
-  bool ready = false;
-};
-
-Road& road() {
-  static Road* instance = new Road;
+BenchRoad& road() {
+  static BenchRoad* instance = new BenchRoad(makeServer());
   return *instance;
 }
 

@@ -34,10 +34,7 @@ bool WbemActionCommand::get(int identifier) {
 
 bool WbemActionCommand::get() { return getByKey(getId()); }
 
-bool WbemActionCommand::put() {
-  WbemAccess access(this);
-  return keepResult(access.put());
-}
+bool WbemActionCommand::put() { return putInstance(); }
 
 bool WbemActionCommand::remove() { return removeByKey(getId()); }
 

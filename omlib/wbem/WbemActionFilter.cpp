@@ -44,10 +44,7 @@ bool WbemActionFilter::get(int identifier) {
 
 bool WbemActionFilter::get() { return getByKey(static_cast<int>(getId())); }
 
-bool WbemActionFilter::put() {
-  WbemAccess access(this);
-  return keepResult(access.put());
-}
+bool WbemActionFilter::put() { return putInstance(); }
 
 bool WbemActionFilter::remove() { return removeByKey(static_cast<int>(getId())); }
 

@@ -170,6 +170,11 @@ int WbemClient::runCountMethod(WbemAccess& access, const tstring& method, IWbemO
   return sink != nullptr ? 0 : count;
 }
 
+bool WbemClient::putInstance() {
+  WbemAccess access(this);
+  return keepResult(access.put());
+}
+
 bool WbemClient::getByKey(int key) {
   WbemAccess access(this);
   access.setKeyPrefix(getClassName());

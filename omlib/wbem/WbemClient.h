@@ -85,6 +85,9 @@ class WbemClient {
   // A new instance of `cls` (the caller releases it); null on failure.
   virtual IWbemClassObject* spawnClass(IWbemClassObject* cls);
 
+  // Writes this wrapper as a new instance of its class; keeps the outcome.
+  bool putInstance();
+
   // Keeps the outcome of an operation: 0 for a success, the thread's last
   // error for a failure. Returns `ok`.
   bool keepResult(bool ok);

@@ -29,10 +29,7 @@ constexpr om::WbemProperty<Log> kProperties[] = {
 WbemLogObject::WbemLogObject(const CLogObject& record, IWbemServices const* services)
     : WbemClient(const_cast<IWbemServices*>(services)), CLogObject(record) {}
 
-bool WbemLogObject::put() {
-  WbemAccess access(this);
-  return keepResult(access.put());
-}
+bool WbemLogObject::put() { return putInstance(); }
 
 bool WbemLogObject::get() { return getByKey(static_cast<int>(getIdentifier())); }
 

@@ -29,10 +29,7 @@ constexpr om::WbemProperty<Node> kProperties[] = {
 WbemMibNode::WbemMibNode(const CMibNode& node, IWbemServices const* services)
     : CMibNode(node), WbemClient(const_cast<IWbemServices*>(services)) {}
 
-bool WbemMibNode::put() {
-  WbemAccess access(this);
-  return keepResult(access.put());
-}
+bool WbemMibNode::put() { return putInstance(); }
 
 bool WbemMibNode::putToInstance(IWbemClassObject* instance, const CMibNode& node) {
   return om::writeProperties(instance, kProperties, node);

@@ -17,10 +17,7 @@ bool WbemOMNetwork::getObject(COrvaManagerNetwork& out) {
   return true;
 }
 
-bool WbemOMNetwork::put() {
-  WbemAccess access(this);
-  return keepResult(access.put());
-}
+bool WbemOMNetwork::put() { return putInstance(); }
 
 bool WbemOMNetwork::get() {
   WbemAccess access(this);

@@ -34,10 +34,7 @@ constexpr om::WbemProperty<SubnetBase> kProperties[] = {
 WbemSubnet::WbemSubnet(const SubnetBase& subnet, IWbemServices const* services)
     : SubnetBase(subnet), WbemClient(const_cast<IWbemServices*>(services)) {}
 
-bool WbemSubnet::put() {
-  WbemAccess access(this);
-  return keepResult(access.put());
-}
+bool WbemSubnet::put() { return putInstance(); }
 
 bool WbemSubnet::putToInstance(IWbemClassObject* instance) {
   return om::writeProperties(instance, kProperties, getSubnet());

@@ -26,10 +26,7 @@ bool WbemTaskDataRecord::put(const CString& taskName) {
   return keepResult(access.put());
 }
 
-bool WbemTaskDataRecord::put() {
-  WbemAccess access(this);
-  return keepResult(access.put());
-}
+bool WbemTaskDataRecord::put() { return putInstance(); }
 
 bool WbemTaskDataRecord::putToInstance(IWbemClassObject* instance) {
   return om::writeProperties(instance, kProperties, getObject());

@@ -39,10 +39,7 @@ constexpr om::WbemProperty<Task> kProperties[] = {
 WbemTaskObject::WbemTaskObject(const CTaskObject& task, IWbemServices const* services)
     : CTaskObject(task), WbemClient(const_cast<IWbemServices*>(services)) {}
 
-bool WbemTaskObject::put() {
-  WbemAccess access(this);
-  return keepResult(access.put());
-}
+bool WbemTaskObject::put() { return putInstance(); }
 
 bool WbemTaskObject::putToInstance(IWbemClassObject* instance) {
   return om::writeProperties(instance, kProperties, getObject());
