@@ -12,7 +12,7 @@ NetworkServer::NetworkServer()
       actions(std::make_unique<om::server::MemoryActionStore>()),
       discovery(std::make_unique<SubnetDiscovery>(*this)) {}
 
-NetworkServer::~NetworkServer() { discovery.reset(); }
+NetworkServer::~NetworkServer() = default;
 
 std::string NetworkServer::snmpValue(const NetworkObjectBase& object, const std::string& variable) {
   if (variable == "sysName.0") return object.getSysName();
@@ -33,17 +33,20 @@ bool NetworkServer::setSnmpValue(NetworkObjectBase& object, const std::string& v
   return true;
 }
 
-bool NetworkServer::removeObject(const std::string& name) {
+bool NetworkServer::isSubnet(const std::string& name) const {
   const NetworkObjectBase* object = tree.find(name);
-  const bool subnet = object != nullptr && object->getObjectType() == kObjectTypeSubnet;
+  return object != nullptr && object->getObjectType() == kObjectTypeSubnet;
+}
+
+bool NetworkServer::removeObject(const std::string& name) {
+  const bool subnet = isSubnet(name);
   if (!tree.remove(name)) return false;
   if (subnet) subnets->remove(name);
   return true;
 }
 
 bool NetworkServer::renameObject(const std::string& oldName, const std::string& newName) {
-  const NetworkObjectBase* object = tree.find(oldName);
-  const bool subnet = object != nullptr && object->getObjectType() == kObjectTypeSubnet;
+  const bool subnet = isSubnet(oldName);
   if (!tree.rename(oldName, newName)) return false;
   if (subnet) subnets->rename(oldName, newName);
   return true;

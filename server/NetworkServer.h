@@ -66,6 +66,9 @@ struct NetworkServer {
   // renamed in) the subnet store too. The caller holds `mutex`.
   bool removeObject(const std::string& name);
   bool renameObject(const std::string& oldName, const std::string& newName);
+  // Whether the tree's object of that name is a subnet; the caller holds
+  // `mutex`.
+  bool isSubnet(const std::string& name) const;
 
   // Writes a record to the log store (identifier 0: the next one) and hands
   // each new record to the log listener, one at a time and in the order of

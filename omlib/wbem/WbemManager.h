@@ -60,9 +60,6 @@ class WbemManager : public WbemProviderOf<Wrapper> {
     const HRESULT hr = this->putOutput("ReturnValue", CComVariant(result));
     return FAILED(hr) ? hr : this->deliverOutput();
   }
-
-  // Releases the out-parameter class and instance.
-  void clear() { WbemProvider::clear(); }
 };
 
 #endif  // OMLIB_WBEM_WBEMMANAGER_H_

@@ -128,21 +128,20 @@ void addLocalNetwork(NetworkServer& server) {
     for (const std::string& address : item.ipv6) host.addIpv6Address(address);
   }
   NetworkTree& tree = server.tree;
-  const std::string physical = CNetworkPath::getPhysicalRootName();
   for (const auto& [network, mask] : subnets) {
     NetworkObjectBase subnet;
     subnet.setName(network);
     subnet.setDisplayName(network + "/" + mask);
     subnet.setSubnetMask(mask);
     subnet.setObjectType(kObjectTypeSubnet);
-    tree.add(pathOf({physical}), subnet);
+    tree.add(NetworkTree::physicalRootPath(), subnet);
     SubnetBase record;
     record.setName(network);
     record.setNetworkID(network);
     record.setSubnetMask(mask);
     record.setDiscoveredNodes(1);  // this host
     server.subnets->put(record);
-    tree.add(pathOf({physical, network}), host);
+    tree.add(NetworkTree::subnetPath(network), host);
   }
   NetworkObjectBase group;
   group.setName(localGroupName());

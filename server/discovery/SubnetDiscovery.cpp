@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "config/DefaultValues.h"
-#include "model/NetworkPath.h"
 #include "server/NetworkServer.h"
 
 namespace {
@@ -40,10 +39,6 @@ std::string reverseLookup(const std::string& address) {
 
 // A positive setting, or `fallback`.
 int settingOr(int value, int fallback) { return value > 0 ? value : fallback; }
-
-std::string subnetPath(const std::string& subnet) {
-  return CNetworkPath(std::vector<std::string>{CNetworkPath::getPhysicalRootName(), subnet}).getPath();
-}
 
 }  // namespace
 
@@ -162,11 +157,11 @@ bool SubnetDiscovery::addNode(const SubnetBase& subnet, const std::string& addre
       added = true;
     }
     node.setNodeStatus(NetworkServer::kNodeUp);
-    if (!tree.add(subnetPath(subnet.getName()), node)) return false;
+    if (!tree.add(NetworkTree::subnetPath(subnet.getName()), node)) return false;
     SubnetBase stored;
     if (server_.subnets->find(subnet.getName(), stored)) {
       std::vector<NetworkObjectBase> nodes;
-      tree.children(subnetPath(subnet.getName()), nodes);
+      tree.children(NetworkTree::subnetPath(subnet.getName()), nodes);
       stored.setDiscoveredNodes(static_cast<int>(nodes.size()));
       server_.subnets->put(stored);
     }

@@ -3,14 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "model/NetworkPath.h"
 #include "wbem/WbemNetworkObjectProvider.h"
 
 namespace {
-
-std::string subnetPath(const std::string& subnet) {
-  return CNetworkPath(std::vector<std::string>{CNetworkPath::getPhysicalRootName(), subnet}).getPath();
-}
 
 }  // namespace
 
@@ -44,7 +39,7 @@ HRESULT NetworkObjectService::PutInstanceAsync(IWbemClassObject* instance, long,
     server_->log.push_back("No subnet \"" + subnet + "\" for " + object.getName() + ".");
     return finish(sink, WBEM_E_INVALID_PARAMETER);
   }
-  return finish(sink, tree.add(subnetPath(subnet), object) ? WBEM_S_NO_ERROR : WBEM_E_INVALID_PARAMETER);
+  return finish(sink, tree.add(NetworkTree::subnetPath(subnet), object) ? WBEM_S_NO_ERROR : WBEM_E_INVALID_PARAMETER);
 }
 
 HRESULT NetworkObjectService::DeleteInstanceAsync(const BSTR path, long, IWbemContext*, IWbemObjectSink* sink) {

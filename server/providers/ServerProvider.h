@@ -65,7 +65,6 @@ class ServerProvider : public om::wmi::ProviderBase {
 class InstanceBatch {
  public:
   InstanceBatch(IWbemServices* services, const tstring& className, IWbemObjectSink* sink);
-  ~InstanceBatch() = default;
   InstanceBatch(const InstanceBatch&) = delete;
   InstanceBatch& operator=(const InstanceBatch&) = delete;
 

@@ -3,15 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "model/NetworkPath.h"
 #include "server/discovery/SubnetDiscovery.h"
 #include "wbem/WbemSubnet.h"
 
 namespace {
-
-std::string subnetPath(const std::string& subnet) {
-  return CNetworkPath(std::vector<std::string>{CNetworkPath::getPhysicalRootName(), subnet}).getPath();
-}
 
 // The subnet as an object of the tree.
 NetworkObjectBase subnetObject(const SubnetBase& subnet) {
@@ -39,7 +34,7 @@ bool SubnetService::addOrReplace(const SubnetBase& subnet) {
   return server.locked([&] {
     const NetworkObjectBase* known = server.tree.find(subnet.getName());
     if (known == nullptr) {
-      if (!server.tree.add(CNetworkPath(std::vector<std::string>{CNetworkPath::getPhysicalRootName()}).getPath(),
+      if (!server.tree.add(NetworkTree::physicalRootPath(),
                            subnetObject(subnet))) {
         return false;
       }
@@ -117,7 +112,7 @@ HRESULT SubnetService::ExecMethodAsync(const BSTR, const BSTR method, long, IWbe
       const HRESULT hr = m.getInParams(subnet);
       if (FAILED(hr)) return hr;
       std::vector<NetworkObjectBase> devices;
-      if (!server.locked([&] { return known(subnet) && server.tree.children(subnetPath(subnet), devices); })) {
+      if (!server.locked([&] { return known(subnet) && server.tree.children(NetworkTree::subnetPath(subnet), devices); })) {
         return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
       }
       SerializableNetObjs found(devices);

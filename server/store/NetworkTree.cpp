@@ -43,6 +43,14 @@ NetworkTree::NetworkTree() {
   }
 }
 
+std::string NetworkTree::physicalRootPath() {
+  return CNetworkPath(std::vector<std::string>{CNetworkPath::getPhysicalRootName()}).getPath();
+}
+
+std::string NetworkTree::subnetPath(const std::string& subnet) {
+  return CNetworkPath(std::vector<std::string>{CNetworkPath::getPhysicalRootName(), subnet}).getPath();
+}
+
 bool NetworkTree::isRoot(const std::string& name) const {
   return name == CNetworkPath::getPhysicalRootName() || name == CNetworkPath::getLogicalRootName();
 }

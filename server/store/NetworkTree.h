@@ -28,6 +28,10 @@ class NetworkTree {
   // A tree holding the physical and the logical root.
   NetworkTree();
 
+  // The path of the physical root, and of a subnet under it.
+  static std::string physicalRootPath();
+  static std::string subnetPath(const std::string& subnet);
+
   // Lists `object` under the object at `parentPath`. A new name adds the
   // object; a known one replaces its attributes and adds one more parent.
   // False when the parent does not exist, the name is empty or a root's, or
