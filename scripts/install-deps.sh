@@ -8,6 +8,7 @@ packages=(
   clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   liblmdb-dev
+  libsnmp-dev snmpd snmp
   iputils-ping traceroute fping iproute2 util-linux
 )
 

@@ -1,10 +1,12 @@
 #include "server/NetworkServer.h"
 
 #include "server/discovery/SubnetDiscovery.h"
+#include "server/TrapLog.h"
 #include "server/store/MemoryStores.h"
 
 NetworkServer::NetworkServer()
-    : subnets(std::make_unique<om::server::MemorySubnetStore>()),
+    : snmp(std::make_unique<om::snmp::SnmpEngine>()),
+      subnets(std::make_unique<om::server::MemorySubnetStore>()),
       tasks(std::make_unique<om::server::MemoryTaskStore>()),
       taskRecords(std::make_unique<om::server::MemoryTaskRecordStore>()),
       logs(std::make_unique<om::server::MemoryLogStore>()),
@@ -12,25 +14,34 @@ NetworkServer::NetworkServer()
       actions(std::make_unique<om::server::MemoryActionStore>()),
       discovery(std::make_unique<SubnetDiscovery>(*this)) {}
 
-NetworkServer::~NetworkServer() = default;
-
-std::string NetworkServer::snmpValue(const NetworkObjectBase& object, const std::string& variable) {
-  if (variable == "sysName.0") return object.getSysName();
-  if (variable == "sysContact.0") return object.getSysContact();
-  if (variable == "sysObjectID.0") return object.getSysObjectID();
-  if (variable == "sysDescr.0") return object.getDescription();
-  return "noSuchObject";
+NetworkServer::~NetworkServer() {
+  trapReceiver.reset();  // its records go to the log, which goes before it
 }
 
-bool NetworkServer::setSnmpValue(NetworkObjectBase& object, const std::string& variable, const std::string& value) {
-  if (variable == "sysName.0") {
-    object.setSysName(value);
-  } else if (variable == "sysContact.0") {
-    object.setSysContact(value);
-  } else {
-    return false;
+void NetworkServer::loadMib(const std::vector<std::string>& folders) {
+  om::snmp::MibTree loaded = om::snmp::loadMibTree(folders);
+  mib->load(loaded.nodes);
+  mibErrors = std::move(loaded.errors);
+  std::lock_guard<std::mutex> lock(trapNamesMutex_);
+  trapNames_.clear();
+  for (const CMibNode& node : loaded.nodes) {
+    if (node.isTrapNode() || node.isNotificationNode()) trapNames_.emplace(node.getOidString(), node.getNodeName());
   }
-  return true;
+}
+
+std::string NetworkServer::trapName(const std::string& oid) const {
+  std::lock_guard<std::mutex> lock(trapNamesMutex_);
+  const auto found = trapNames_.find(oid);
+  return found == trapNames_.end() ? "" : found->second;
+}
+
+std::string NetworkServer::listenForTraps(int port) {
+  trapReceiver.reset();
+  auto receiver = std::make_unique<om::snmp::TrapReceiver>(
+      *snmp, port, [this](const om::snmp::TrapMessage& trap) { om::server::logTrap(*this, trap); });
+  if (!receiver->error().empty()) return receiver->error();
+  trapReceiver = std::move(receiver);
+  return "";
 }
 
 bool NetworkServer::isSubnet(const std::string& name) const {

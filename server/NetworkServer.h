@@ -8,12 +8,16 @@
 #define OM_SERVER_NETWORKSERVER_H_
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "monitor/log.h"
+#include "server/snmp/MibTree.h"
+#include "server/snmp/SnmpEngine.h"
+#include "server/snmp/TrapReceiver.h"
 #include "server/store/ActionStore.h"
 #include "server/store/LogStore.h"
 #include "server/store/MibStore.h"
@@ -28,12 +32,15 @@ struct NetworkServer {
   // Node status values this server gives.
   enum NodeStatus : int { kNodeUnknown = 0, kNodeUp = 1, kNodeDown = 2 };
 
-  // Stores held in memory, and discovery over them.
+  // Stores held in memory, discovery over them, and an SNMP engine.
   NetworkServer();
   ~NetworkServer();
   NetworkServer(const NetworkServer&) = delete;
   NetworkServer& operator=(const NetworkServer&) = delete;
 
+  // Every SNMP request of the server goes through this engine (declared
+  // first, so that it outlives whatever waits on it).
+  std::unique_ptr<om::snmp::SnmpEngine> snmp;
   std::mutex mutex;
   NetworkTree tree;
   std::unique_ptr<SubnetStore> subnets;
@@ -48,11 +55,17 @@ struct NetworkServer {
   std::function<int(const NetworkObjectBase& node)> poll;
   // The ports a node has; unset: none are found.
   std::function<std::vector<NetworkObjectBase>(const NetworkObjectBase& node)> findPorts;
-  // SNMP variables of an object answered from its attributes ("sysName.0",
-  // "sysContact.0", "sysObjectID.0", "sysDescr.0"); "noSuchObject" for others.
-  static std::string snmpValue(const NetworkObjectBase& object, const std::string& variable);
-  // Sets "sysName.0" or "sysContact.0"; false for other variables.
-  static bool setSnmpValue(NetworkObjectBase& object, const std::string& variable, const std::string& value);
+  // Compiles the MIB modules of `folders` into the MIB store (replacing
+  // it); what the parser complained of is in mibErrors.
+  void loadMib(const std::vector<std::string>& folders);
+  std::vector<om::snmp::MibLoadError> mibErrors;
+  // Receives traps on UDP `port` (0: one the system picks) and writes each
+  // as a log record. Empty when listening, else why not.
+  std::string listenForTraps(int port);
+  std::unique_ptr<om::snmp::TrapReceiver> trapReceiver;
+  // The name of the trap or notification node with that OID in the MIB
+  // tree loaded last; empty when there is none.
+  std::string trapName(const std::string& oid) const;
   // Lines about requests that failed, in order.
   std::vector<std::string> log;
 
@@ -87,6 +100,8 @@ struct NetworkServer {
   std::unique_ptr<SubnetDiscovery> discovery;
 
  private:
+  mutable std::mutex trapNamesMutex_;
+  std::map<std::string, std::string> trapNames_;
   std::mutex logMutex_;
   std::function<void(const CLogObject& record)> logListener_;
 };

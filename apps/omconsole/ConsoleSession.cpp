@@ -7,7 +7,7 @@
 #include "MethodCall.h"
 #include "server/EmbeddedServer.h"
 #include "server/discovery/LocalNetwork.h"
-#include "server/store/SystemMib.h"
+#include "server/SnmpRequests.h"
 #include "wbem/WbemConnect.h"
 
 namespace omconsole {
@@ -30,7 +30,7 @@ std::string ConsoleSession::start() {
   if (!connection_->initializeCom(0, 0)) return "COM cannot be started: " + statusName(connection_->getErrorCode());
   network_ = std::make_shared<NetworkServer>();
   addLocalNetwork(*network_);
-  network_->mib->load(systemMibNodes());
+  network_->loadMib(om::server::mibFolders());
   server_ = std::make_unique<EmbeddedServer>(network_);
   const HRESULT started = server_->start();
   if (FAILED(started)) return "the embedded server cannot start: " + statusName(started);

@@ -85,7 +85,9 @@ std::string walkRefusal(int returnValue) {
     case MibNodeService::kNoStartVariable:
       return "no such MIB node";
     case MibNodeService::kNoHost:
-      return "no such host in the network";
+      return "no host given";
+    case MibNodeService::kNoAnswer:
+      return "the agent did not answer";
     case MibNodeService::kNotWritten:
       return "the file cannot be written";
   }

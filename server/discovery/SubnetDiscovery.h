@@ -43,6 +43,9 @@ class SubnetDiscovery {
   bool start(const std::string& subnetName);
   // Waits until no sweep is under way.
   void wait();
+  // Adds or updates the node at `address` of `subnet` (as a sweep does when
+  // it answers); true when new.
+  bool addNode(const SubnetBase& subnet, const std::string& address);
 
   // How an address is probed: by default `tries` echo requests
   // ("RetryCountDiscoverForPing") each waiting "TimeoutDiscoverForPing"
@@ -54,8 +57,6 @@ class SubnetDiscovery {
 
  private:
   void sweep(const SubnetBase& subnet, std::vector<std::string> addresses);
-  // Adds or updates the node that answered at `address`; true when new.
-  bool addNode(const SubnetBase& subnet, const std::string& address);
   // Logs the end and marks the subnet idle.
   void finish(const std::string& subnetName, int found, bool failed);
   void setStatus(const std::string& subnetName, int status);

@@ -4,12 +4,11 @@
 
 #include <omtools/vstream.h>
 
+#include "server/SnmpRequests.h"
+#include "server/snmp/SnmpText.h"
 #include "wbem/WbemMibNodeManager.h"
 
 namespace {
-
-// Deeper trees than this are taken for loops in the child names.
-constexpr int kMaxDepth = 128;
 
 bool fileExists(const std::string& path) {
   struct stat info {};
@@ -72,18 +71,19 @@ HRESULT MibNodeService::CreateInstanceEnumAsync(const BSTR, long, IWbemContext* 
   return batch.finish(hr);
 }
 
-void MibNodeService::collectLeaves(const std::string& name, std::vector<CMibNode>& out, int depth) {
+bool MibNodeService::startOid(const std::string& startVariable, om::snmp::Oid& root) const {
+  if (om::snmp::parseOid(startVariable, root)) return true;
   CMibNode node;
-  if (depth > kMaxDepth || !server_->mib->find(name, node)) return;
-  if (node.isLeafNode() || node.isScalarNode()) out.push_back(node);
-  for (const std::string& child : node.getChildNameList()) collectLeaves(child, out, depth + 1);
+  return server_->mib->find(startVariable, node) && om::snmp::parseNumericOid(node.getOidString(), root);
 }
 
 MibNodeService::WalkResult MibNodeService::walk(const std::string& fileName, const std::string& hostName,
-                                                const std::string& startVariable, bool overwrite) {
+                                                const std::string& startVariable, const std::string& community,
+                                                bool overwrite) {
   if (!overwrite && fileExists(fileName)) return kFileExists;
-  CMibNode start;
-  if (!server_->mib->find(startVariable, start)) return kNoStartVariable;
+  om::snmp::Oid root;
+  if (!startOid(startVariable, root)) return kNoStartVariable;
+  if (hostName.empty()) return kNoHost;
   NetworkObjectBase host;
   const bool known = server_->locked([&] {
     const NetworkObjectBase* found = server_->tree.find(hostName);
@@ -91,14 +91,15 @@ MibNodeService::WalkResult MibNodeService::walk(const std::string& fileName, con
     if (found != nullptr) host = *found;
     return found != nullptr;
   });
-  if (!known) return kNoHost;
-  std::vector<CMibNode> leaves;
-  collectLeaves(startVariable, leaves, 0);
+  using om::server::Community;
+  const om::snmp::Target target = known ? om::server::snmpTarget(host, Community::kRead, community)
+                                        : om::server::snmpTarget(hostName, Community::kRead, community);
+  std::vector<om::snmp::Varbind> variables;
+  if (server_->snmp->walkAll(target, root, variables).status != om::snmp::Status::kOk) return kNoAnswer;
   std::string text;
-  for (const CMibNode& leaf : leaves) {
-    const std::string variable = leaf.getNodeShortName() + ".0";
-    text += leaf.getOidString() + ".0\t" + variable + "\t" + leaf.getSyntax() + "\t" +
-            NetworkServer::snmpValue(host, variable) + "\n";
+  for (const om::snmp::Varbind& variable : variables) {
+    text += om::snmp::oidText(variable.oid) + "\t" + om::snmp::oidName(variable.oid) + "\t" +
+            om::snmp::typeName(variable) + "\t" + om::snmp::valueText(variable) + "\n";
   }
   vofstream file(fileName.c_str());
   file.write(text.data(), text.size());
@@ -123,7 +124,8 @@ HRESULT MibNodeService::ExecMethodAsync(const BSTR, const BSTR method, long, IWb
       CString file, host, start, community;
       long overwrite = 0;
       const HRESULT hr = m.getInParams(file, host, start, community, overwrite);
-      return FAILED(hr) ? hr : m.indicate(walk(file.GetString(), host.GetString(), start.GetString(), overwrite != 0));
+      return FAILED(hr) ? hr : m.indicate(
+          walk(file.GetString(), host.GetString(), start.GetString(), community.GetString(), overwrite != 0));
     });
   }
   const auto list = [&]<class Method>(bool traps) {

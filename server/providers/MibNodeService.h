@@ -7,14 +7,15 @@
 // that node's children in the order of its child names; without one, every
 // node. Writing adds or replaces a node, deleting removes one.
 //
-// "DoMibWalk" walks the tree from "StartVariable" in child order and writes
-// one line for each leaf or scalar node, "OID.0 <tab> name.0 <tab> syntax
-// <tab> value", for the object "HostName" of the network (a name or one of
-// its addresses); the values come from the object's own attributes until
-// the server speaks SNMP. The file is replaced as a whole or not at all.
-// "ReturnValue":
-//   0 done; 1 the file exists and "OverwriteFlag" is 0; 2 no node
-//   "StartVariable"; 3 no object "HostName"; 4 the file cannot be written.
+// "DoMibWalk" walks the agent "HostName" (a node of the tree by name or
+// address, reached as the node is, or else a host reached with the
+// settings) from "StartVariable" (a MIB name, a node name or a dotted OID)
+// with "ReadCommunityName" (empty: the node's or the settings'), and writes
+// one line for each variable, "OID <tab> name <tab> type <tab> value". The
+// file is replaced as a whole or not at all. "ReturnValue":
+//   0 done; 1 the file exists and "OverwriteFlag" is 0; 2 "StartVariable"
+//   unknown; 3 no "HostName"; 4 the file cannot be written; 5 the agent did
+//   not answer or answered with an error.
 // "GetAllTraps" and "GetAllNotifications" list the trap and notification
 // nodes of a module ("" for every module) in tree order, with "ReturnValue"
 // 0; 1 and no list when no node belongs to the module.
@@ -27,12 +28,14 @@
 #include <afx.h>
 
 #include "server/providers/ServerProvider.h"
+#include "server/snmp/SnmpTypes.h"
 
 class CMibNode;
 
 class MibNodeService : public ServerProvider {
  public:
-  enum WalkResult : int { kWalked = 0, kFileExists = 1, kNoStartVariable = 2, kNoHost = 3, kNotWritten = 4 };
+  enum WalkResult : int { kWalked = 0, kFileExists = 1, kNoStartVariable = 2, kNoHost = 3, kNotWritten = 4,
+                          kNoAnswer = 5 };
 
   using ServerProvider::ServerProvider;
 
@@ -53,9 +56,8 @@ class MibNodeService : public ServerProvider {
 
  private:
   WalkResult walk(const std::string& fileName, const std::string& hostName, const std::string& startVariable,
-                  bool overwrite);
-  // Appends the leaf and scalar nodes under `name`, depth first.
-  void collectLeaves(const std::string& name, std::vector<CMibNode>& out, int depth);
+                  const std::string& community, bool overwrite);
+  bool startOid(const std::string& startVariable, om::snmp::Oid& root) const;
   // The trap or notification nodes of `module`; false when no node belongs
   // to it.
   bool listModule(const std::string& module, bool traps, std::vector<CString>& names);

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "server/SnmpRequests.h"
 #include "wbem/WbemNetworkObjectProvider.h"
 
 namespace {
@@ -76,6 +77,7 @@ HRESULT NetworkObjectService::ExecMethodAsync(const BSTR, const BSTR method, lon
 namespace {
 
 std::vector<tstring> toTstrings(const std::vector<std::string>& texts) { return {texts.begin(), texts.end()}; }
+std::vector<std::string> toStrings(const std::vector<tstring>& texts) { return {texts.begin(), texts.end()}; }
 
 // Polls the node outside the lock and stores its new status; false when the
 // node is unknown or could not be probed.
@@ -109,13 +111,13 @@ bool autoAddPort(NetworkServer& server, const std::string& name) {
   return true;
 }
 
-bool setSnmpInfo(NetworkServer& server, const std::string& target, const std::string& variable,
-                 const std::string& value) {
-  std::lock_guard<std::mutex> lock(server.mutex);
-  const NetworkObjectBase* found = server.tree.find(target);
-  if (found == nullptr) return false;
-  NetworkObjectBase object = *found;
-  return NetworkServer::setSnmpValue(object, variable, value) && server.tree.update(object);
+// A copy of the tree's object of that name; false when there is none.
+bool findObject(NetworkServer& server, const std::string& name, NetworkObjectBase& out) {
+  return server.locked([&] {
+    const NetworkObjectBase* found = server.tree.find(name);
+    if (found != nullptr) out = *found;
+    return found != nullptr;
+  });
 }
 
 }  // namespace
@@ -170,15 +172,15 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
       std::vector<tstring> variables;
       const HRESULT hr = m.getInParams(target, variables);
       if (FAILED(hr)) return hr;
-      std::vector<tstring> results;
-      const bool found = server.locked([&] {
-        const NetworkObjectBase* object = server.tree.find(target);
-        for (size_t i = 0; object != nullptr && i < variables.size(); ++i) {
-          results.push_back(NetworkServer::snmpValue(*object, variables[i]));
-        }
-        return object != nullptr;
-      });
-      return found ? m.indicate(results) : static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+      NetworkObjectBase object;
+      if (!findObject(server, target, object)) return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+      std::vector<std::string> results;
+      std::string error;
+      if (!om::server::getSnmpInfo(*server.snmp, object, toStrings(variables), results, error)) {
+        return static_cast<HRESULT>(WBEM_E_FAILED);
+      }
+      std::vector<tstring> texts = toTstrings(results);
+      return m.indicate(texts);
     });
   }
   if (method == u"Move") {
@@ -201,7 +203,11 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
     return serve<SetSnmpInfoMethod>(ctx, in, sink, [&](SetSnmpInfoMethod& m) {
       tstring target, variable, value;
       const HRESULT hr = m.getInParams(target, variable, value);
-      return FAILED(hr) ? hr : m.indicate(setSnmpInfo(server, target, variable, value));
+      if (FAILED(hr)) return hr;
+      NetworkObjectBase object;
+      std::string error;
+      return m.indicate(findObject(server, target, object) &&
+                        om::server::setSnmpInfo(*server.snmp, object, variable, value, error));
     });
   }
   return finish(sink, WBEM_E_INVALID_METHOD);

@@ -209,18 +209,17 @@ TEST_F(RoadTest, EveryNetworkObjectMethodSynchronously) {
   ASSERT_TRUE(client.getChildren(kLogical + kSep + "core" + kSep + kSwitch, children));
   EXPECT_EQ(names(children), (std::vector<std::string>{"port1", "port2", "port3"}));
 
+  // SNMP against a real agent is tested with one (snmp_net_test); here
+  // only what is answered without a packet: names no MIB knows.
   std::vector<std::string> results;
-  ASSERT_TRUE(client.getSnmpInfo(kSwitch, {"sysName.0", "sysContact.0", "ifNumber.0"}, results));
-  EXPECT_EQ(results, (std::vector<std::string>{"sw1", "noc", "noSuchObject"}));
-  EXPECT_FALSE(client.getSnmpInfo("ghost", {"sysName.0"}, results));
+  ASSERT_TRUE(client.getSnmpInfo(kSwitch, {"noSuchVariable.0", "no.such"}, results));
+  EXPECT_EQ(results, (std::vector<std::string>{"noSuchVariable.0:unknownVariable", "no.such:unknownVariable"}));
+  EXPECT_FALSE(client.getSnmpInfo("ghost", {"noSuchVariable.0"}, results));
   EXPECT_EQ(static_cast<HRESULT>(client.getErrorCode()), WBEM_E_NOT_FOUND);
 
   // The calls that act on the client's own object.
   client.setName(kSwitch);
-  EXPECT_TRUE(client.setSnmpInfo("sysContact.0", "ops"));
-  ASSERT_TRUE(client.getSnmpInfo(kSwitch, {"sysContact.0"}, results));
-  EXPECT_EQ(results, (std::vector<std::string>{"ops"}));
-  EXPECT_FALSE(client.setSnmpInfo("sysUpTime.0", "1"));
+  EXPECT_FALSE(client.setSnmpInfo("noSuchVariable.0", "ops"));
 
   EXPECT_TRUE(client.moveObject(kLogical + kSep + "core", kLogical));
   EXPECT_FALSE(client.moveObject(kLogical + kSep + "core", kLogical));  // no longer there
@@ -243,7 +242,8 @@ TEST_F(RoadTest, EveryNetworkObjectMethodWithASink) {
   EXPECT_TRUE(returnValueOf(*async([&](IWbemObjectSink* s) { return client.autoAddPort(s); })));
   EXPECT_FALSE(returnValueOf(*async([&](IWbemObjectSink* s) { return client.forcePolling(s); })));
   EXPECT_TRUE(returnValueOf(*async([&](IWbemObjectSink* s) { return client.hasChildren(kLogical, s); })));
-  EXPECT_TRUE(returnValueOf(*async([&](IWbemObjectSink* s) { return client.setSnmpInfo("sysName.0", "x", s); })));
+  EXPECT_FALSE(
+      returnValueOf(*async([&](IWbemObjectSink* s) { return client.setSnmpInfo("noSuchVariable.0", "x", s); })));
 
   std::vector<std::string> untouched{"keep"};
   CComPtr<StatusSink> sink = async([&](IWbemObjectSink* s) { return client.getPathNames(untouched, s); });
