@@ -1,6 +1,7 @@
 #include "server/snmp/SnmpText.h"
 
 #include <cstdio>
+#include <iterator>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
@@ -264,11 +265,16 @@ bool encodeValue(const Oid& oid, char type, const std::string& text, Varbind& ou
 }
 
 std::string errorStatusName(long errorStatus) {
-  const std::string text = snmp_errstring(static_cast<int>(errorStatus));
-  const size_t open = text.find('(');
-  const size_t close = text.find(')');
-  if (open == std::string::npos || close == std::string::npos || close < open) return text;
-  return text.substr(open + 1, close - open - 1);
+  // The error-status names of SNMPv2's protocol operations, in their order.
+  static const char* const kNames[] = {
+      "noError",     "tooBig",        "noSuchName",    "badValue",          "readOnly",
+      "genErr",      "noAccess",      "wrongType",     "wrongLength",       "wrongEncoding",
+      "wrongValue",  "noCreation",    "inconsistentValue", "resourceUnavailable", "commitFailed",
+      "undoFailed",  "authorizationError", "notWritable", "inconsistentName"};
+  if (errorStatus < 0 || errorStatus >= static_cast<long>(std::size(kNames))) {
+    return "error " + std::to_string(errorStatus);
+  }
+  return kNames[errorStatus];
 }
 
 }  // namespace om::snmp

@@ -45,7 +45,7 @@ std::string netsnmpText(const Varbind& varbind);
 // does not fit.
 bool encodeValue(const Oid& oid, char type, const std::string& text, Varbind& out, std::string& error);
 
-// net-snmp's name of an SNMP error-status ("notWritable", "noAccess", ...).
+// The protocol's name of an SNMP error-status ("notWritable", "noAccess", ...).
 std::string errorStatusName(long errorStatus);
 
 }  // namespace om::snmp
