@@ -77,9 +77,10 @@ std::string fileText(const std::string& path) {
 TEST_F(MibConsoleTest, AWalkIsRefusedBeforeAnyPacketOrWhenNoAgentAnswers) {
   const std::string file = dir_ + "/walk.txt";
   std::ofstream(file) << "kept\n";
-  // Nothing listens on UDP 161 of loopback here: the one request times out
-  // after "TimeoutSNMP" (1 s when not set) and no retry.
-  EXPECT_EQ(shell("mib walk 127.0.0.1 system " + file + "\n"
+  // Nothing listens on UDP 1161 of loopback: the one request times out
+  // after "TimeoutSNMP" and "RetryCountSNMP" (factory values: 1 s, 1 retry).
+  EXPECT_EQ(shell("config reset\nconfig set SNMPPort 1161\n"
+                  "mib walk 127.0.0.1 system " + file + "\n"
                   "mib walk 127.0.0.1 nosuch " + file + " --overwrite\n"
                   "mib walk 127.0.0.1 system " + file + " --overwrite\n"),
             1);
