@@ -44,6 +44,14 @@ std::string NetworkServer::listenForTraps(int port) {
   return "";
 }
 
+bool NetworkServer::copyObject(const std::string& key, Lookup how, NetworkObjectBase& out) {
+  std::lock_guard<std::mutex> lock(mutex);
+  const NetworkObjectBase* found = how == Lookup::kAddress ? nullptr : tree.find(key);
+  if (found == nullptr && how != Lookup::kName) found = tree.findByAddress(key);
+  if (found != nullptr) out = *found;
+  return found != nullptr;
+}
+
 bool NetworkServer::isSubnet(const std::string& name) const {
   const NetworkObjectBase* object = tree.find(name);
   return object != nullptr && object->getObjectType() == kObjectTypeSubnet;

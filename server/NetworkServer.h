@@ -75,6 +75,10 @@ struct NetworkServer {
     std::lock_guard<std::mutex> lock(mutex);
     return work();
   }
+  // Copies the tree's object with that name, address, or name and else
+  // address into `out`; false when there is none. Takes `mutex`.
+  enum class Lookup { kName, kAddress, kNameOrAddress };
+  bool copyObject(const std::string& key, Lookup how, NetworkObjectBase& out);
   // Remove or rename an object of the tree; a subnet goes from (or is
   // renamed in) the subnet store too. The caller holds `mutex`.
   bool removeObject(const std::string& name);

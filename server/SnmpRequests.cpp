@@ -15,23 +15,10 @@ constexpr int kSnmpPort = 161;
 const char kServerKey[] = "SOFTWARE\\Velmoran\\OrvaManager\\Server";
 
 std::string settingsCommunity(DefaultValues& settings, Community which) {
-  for (const std::string& community :
-       {std::string(which == Community::kRead ? settings.getReadCommunity() : settings.getWriteCommunity()),
-        std::string(settings.getCommunity())}) {
-    if (!community.empty()) return community;
-  }
-  return "public";
-}
-
-om::snmp::Target settingsTarget(const std::string& host, Community which, const std::string& community) {
-  DefaultValues& settings = *DefaultValues::getDefault();
-  om::snmp::Target target;
-  target.host = host;
-  target.port = settings.getSNMPPort() > 0 ? settings.getSNMPPort() : kSnmpPort;
-  target.community = community.empty() ? settingsCommunity(settings, which) : community;
-  target.timeoutMs = (settings.getTimeoutSNMP() > 0 ? settings.getTimeoutSNMP() : 1) * 1000;
-  target.retries = std::max(0, settings.getRetryCountSNMP());
-  return target;
+  const std::string own = which == Community::kRead ? settings.getReadCommunity() : settings.getWriteCommunity();
+  if (!own.empty()) return own;
+  const std::string shared = settings.getCommunity();
+  return shared.empty() ? "public" : shared;
 }
 
 // Each variable's request form; false where the MIB does not know it.
@@ -48,7 +35,14 @@ std::vector<bool> parseVariables(const std::vector<std::string>& variables, om::
 }  // namespace
 
 om::snmp::Target snmpTarget(const std::string& host, Community which, const std::string& community) {
-  return settingsTarget(host, which, community);
+  DefaultValues& settings = *DefaultValues::getDefault();
+  om::snmp::Target target;
+  target.host = host;
+  target.port = settings.getSNMPPort() > 0 ? settings.getSNMPPort() : kSnmpPort;
+  target.community = community.empty() ? settingsCommunity(settings, which) : community;
+  target.timeoutMs = (settings.getTimeoutSNMP() > 0 ? settings.getTimeoutSNMP() : 1) * 1000;
+  target.retries = std::max(0, settings.getRetryCountSNMP());
+  return target;
 }
 
 om::snmp::Target snmpTarget(const NetworkObjectBase& node, Community which, const std::string& community) {
@@ -56,7 +50,7 @@ om::snmp::Target snmpTarget(const NetworkObjectBase& node, Community which, cons
   if (host.empty() && !node.getIpv6Addresses().empty()) host = node.getIpv6Addresses().front();
   if (host.empty()) host = node.getName();
   const std::string& own = which == Community::kRead ? node.getReadCommunityName() : node.getWriteCommunityName();
-  om::snmp::Target target = settingsTarget(host, which, community.empty() ? own : community);
+  om::snmp::Target target = snmpTarget(host, which, community.empty() ? own : community);
   if (node.getSnmpPort() > 0) target.port = node.getSnmpPort();
   target.version = node.getSnmpVersion() == SNMP_VERSION_1 ? om::snmp::Version::kV1 : om::snmp::Version::kV2c;
   return target;

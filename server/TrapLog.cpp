@@ -56,20 +56,13 @@ bool inNetwork(const std::string& address, const std::string& networkId, const s
 }
 
 void logTrap(NetworkServer& server, const om::snmp::TrapMessage& trap) {
+  using Lookup = NetworkServer::Lookup;
   NetworkObjectBase sender;
-  bool known = server.locked([&] {
-    const NetworkObjectBase* node = server.tree.findByAddress(trap.source);
-    if (node != nullptr) sender = *node;
-    return node != nullptr;
-  });
+  bool known = server.copyObject(trap.source, Lookup::kAddress, sender);
   SubnetBase subnet;
   if (!known && server.locked([&] { return trapSubnet(server, trap.source, subnet); })) {
     server.discovery->addNode(subnet, trap.source);
-    known = server.locked([&] {
-      const NetworkObjectBase* node = server.tree.findByAddress(trap.source);
-      if (node != nullptr) sender = *node;
-      return node != nullptr;
-    });
+    known = server.copyObject(trap.source, Lookup::kAddress, sender);
   }
   CLogObject record;
   record.setLevel(log_def::LOGLEVEL_USER);

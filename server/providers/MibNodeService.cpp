@@ -85,12 +85,7 @@ MibNodeService::WalkResult MibNodeService::walk(const std::string& fileName, con
   if (!startOid(startVariable, root)) return kNoStartVariable;
   if (hostName.empty()) return kNoHost;
   NetworkObjectBase host;
-  const bool known = server_->locked([&] {
-    const NetworkObjectBase* found = server_->tree.find(hostName);
-    if (found == nullptr) found = server_->tree.findByAddress(hostName);
-    if (found != nullptr) host = *found;
-    return found != nullptr;
-  });
+  const bool known = server_->copyObject(hostName, NetworkServer::Lookup::kNameOrAddress, host);
   using om::server::Community;
   const om::snmp::Target target = known ? om::server::snmpTarget(host, Community::kRead, community)
                                         : om::server::snmpTarget(hostName, Community::kRead, community);

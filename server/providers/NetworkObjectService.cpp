@@ -111,15 +111,6 @@ bool autoAddPort(NetworkServer& server, const std::string& name) {
   return true;
 }
 
-// A copy of the tree's object of that name; false when there is none.
-bool findObject(NetworkServer& server, const std::string& name, NetworkObjectBase& out) {
-  return server.locked([&] {
-    const NetworkObjectBase* found = server.tree.find(name);
-    if (found != nullptr) out = *found;
-    return found != nullptr;
-  });
-}
-
 }  // namespace
 
 HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemContext* ctx, IWbemClassObject* in,
@@ -173,7 +164,7 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
       const HRESULT hr = m.getInParams(target, variables);
       if (FAILED(hr)) return hr;
       NetworkObjectBase object;
-      if (!findObject(server, target, object)) return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+      if (!server.copyObject(target, NetworkServer::Lookup::kName, object)) return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
       std::vector<std::string> results;
       std::string error;
       if (!om::server::getSnmpInfo(*server.snmp, object, toStrings(variables), results, error)) {
@@ -206,7 +197,7 @@ HRESULT NetworkObjectService::execMethod(const std::u16string& method, IWbemCont
       if (FAILED(hr)) return hr;
       NetworkObjectBase object;
       std::string error;
-      return m.indicate(findObject(server, target, object) &&
+      return m.indicate(server.copyObject(target, NetworkServer::Lookup::kName, object) &&
                         om::server::setSnmpInfo(*server.snmp, object, variable, value, error));
     });
   }

@@ -140,7 +140,7 @@ class TreeReader {
     for (tree* root : roots) nameSubtree(*root, "");
     out_.nodes = mibTreeFrame();
     for (tree* root : roots) frameNode(kRootParent).addChildName(names_.at(root));
-    for (tree* root : roots) addSubtree(*root, "", "");
+    for (tree* root : roots) addSubtree(*root, "");
     for (const CMibNode& trap : traps_) {
       frameNode(kTrapList).addChildName(trap.getNodeName());
       out_.nodes.push_back(trap);
@@ -170,12 +170,14 @@ class TreeReader {
     if (taken != oidOfName_.end() && taken->second != oid) name = moduleOf(node) + "::" + node.label;
     oidOfName_.emplace(name, oid);
     names_[&node] = name;
+    oids_[&node] = oid;
     for (tree* child : childrenOf(node)) nameSubtree(*child, oid);
   }
 
-  void addSubtree(tree& node, const std::string& parentOid, const std::string& parentPath) {
+  void addSubtree(tree& node, const std::string& parentPath) {
     const std::string& name = names_.at(&node);
-    const std::string oid = parentOid.empty() ? std::to_string(node.subid) : parentOid + "." + std::to_string(node.subid);
+    const std::string& oid = oids_.at(&node);
+    const std::string parentOid = node.parent != nullptr ? oids_.at(node.parent) : "";
     if (isTrapPlaceholder(node)) {
       // net-snmp's "enterprise#" node (enterprise.0, typed TRAP-TYPE) holds
       // the enterprise's TRAP-TYPEs.
@@ -199,7 +201,7 @@ class TreeReader {
     if (out.isTableNode() && out.getSyntax().empty()) out.setSyntax(isEntry(node) ? "SEQUENCE" : "SEQUENCE OF");
     if (out.isNotificationNode()) notifications_.push_back(name);
     out_.nodes.push_back(out);
-    for (tree* child : children) addSubtree(*child, oid, path);
+    for (tree* child : children) addSubtree(*child, path);
   }
 
   static void describe(const tree& node, CMibNode& out) {
@@ -265,6 +267,7 @@ class TreeReader {
 
   MibTree& out_;
   std::map<const tree*, std::string> names_;
+  std::map<const tree*, std::string> oids_;
   std::map<std::string, std::string> oidOfName_;
   std::set<std::string> modules_;
   std::vector<CMibNode> traps_;

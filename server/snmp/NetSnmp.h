@@ -6,6 +6,7 @@
 #define OM_SERVER_SNMP_NETSNMP_H_
 
 #include <functional>
+#include <memory>
 #include <shared_mutex>
 #include <string>
 
@@ -19,6 +20,10 @@ namespace om::snmp {
 
 // Held shared while reading net-snmp's MIB tree, exclusively while loading it.
 std::shared_mutex& mibMutex();
+
+// A PDU freed with it.
+using PduPointer = std::unique_ptr<netsnmp_pdu, void (*)(netsnmp_pdu*)>;
+inline PduPointer newPdu(int command) { return PduPointer(snmp_pdu_create(command), snmp_free_pdu); }
 
 Varbind fromVariable(const netsnmp_variable_list& variable);
 // Appends `varbind` with its value to `pdu`.

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <iterator>
 #include <cstdlib>
-#include <memory>
 #include <mutex>
 
 #include "server/snmp/NetSnmp.h"
@@ -23,19 +22,6 @@ int onLogMessage(int, int, void* message, void*) {
   if (!text.empty()) (*logSink)(text);
   return 0;
 }
-
-// A net-snmp variable of its own, built from a Varbind and freed after use.
-class TempVariable {
- public:
-  explicit TempVariable(const Varbind& varbind) : pdu_(snmp_pdu_create(SNMP_MSG_GET)) { addVarbind(pdu_, varbind); }
-  ~TempVariable() { snmp_free_pdu(pdu_); }
-  TempVariable(const TempVariable&) = delete;
-  TempVariable& operator=(const TempVariable&) = delete;
-  const netsnmp_variable_list* get() const { return pdu_->variables; }
-
- private:
-  netsnmp_pdu* pdu_;
-};
 
 std::vector<oid> toNetSnmp(const Oid& in) { return std::vector<oid>(in.begin(), in.end()); }
 
@@ -239,12 +225,13 @@ std::string typeName(const Varbind& v) {
 std::string netsnmpText(const Varbind& varbind) {
   initSnmpLibrary();
   std::shared_lock<std::shared_mutex> lock(mibMutex());
-  TempVariable variable(varbind);
+  const PduPointer pdu = newPdu(SNMP_MSG_GET);
+  addVarbind(pdu.get(), varbind);
+  const netsnmp_variable_list* variable = pdu->variables;
   u_char* buffer = nullptr;
   size_t size = 0;
   size_t length = 0;
-  sprint_realloc_variable(&buffer, &size, &length, 1, variable.get()->name, variable.get()->name_length,
-                          variable.get());
+  sprint_realloc_variable(&buffer, &size, &length, 1, variable->name, variable->name_length, variable);
   std::string text(reinterpret_cast<const char*>(buffer), length);
   std::free(buffer);
   return text;
@@ -254,7 +241,7 @@ bool encodeValue(const Oid& oid, char type, const std::string& text, Varbind& ou
   initSnmpLibrary();
   std::shared_lock<std::shared_mutex> lock(mibMutex());
   const std::vector<::oid> name = toNetSnmp(oid);
-  std::unique_ptr<netsnmp_pdu, void (*)(netsnmp_pdu*)> pdu(snmp_pdu_create(SNMP_MSG_SET), snmp_free_pdu);
+  const PduPointer pdu = newPdu(SNMP_MSG_SET);
   const int rc = snmp_add_var(pdu.get(), name.data(), name.size(), type, text.c_str());
   if (rc != 0 || pdu->variables == nullptr) {
     error = std::string("cannot encode the value: ") + snmp_api_errstring(rc);

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
 
 #include "server/snmp/NetSnmp.h"
 #include "server/snmp/SnmpEngine.h"
@@ -21,8 +20,6 @@ const Oid kSnmpTrapOid0 = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0};
 const Oid kSnmpTrapEnterprise0 = {1, 3, 6, 1, 6, 3, 1, 1, 4, 3, 0};
 const Oid kSnmpTraps = {1, 3, 6, 1, 6, 3, 1, 1, 5};
 constexpr int kEnterpriseSpecific = 6;
-
-using PduPointer = std::unique_ptr<netsnmp_pdu, void (*)(netsnmp_pdu*)>;
 
 void fromV1(const netsnmp_pdu& pdu, TrapMessage& out) {
   out.version = Version::kV1;
@@ -74,7 +71,7 @@ bool decodeTrap(const uint8_t* data, size_t length, const std::string& source, T
   size_t left = message.size();
   u_char* pduData = snmp_comstr_parse(message.data(), &left, community, &communityLength, &version);
   if (pduData == nullptr || (version != SNMP_VERSION_1 && version != SNMP_VERSION_2c)) return false;
-  PduPointer pdu(snmp_pdu_create(0), snmp_free_pdu);
+  const PduPointer pdu = newPdu(0);
   pdu->version = version;
   if (snmp_pdu_parse(pdu.get(), pduData, &left) != 0) return false;
   TrapMessage trap;
