@@ -18,7 +18,7 @@ NetworkServer::~NetworkServer() {
   trapReceiver.reset();  // its records go to the log, which goes before it
 }
 
-void NetworkServer::loadMib(const std::vector<std::string>& folders) {
+size_t NetworkServer::loadMib(const std::vector<std::string>& folders) {
   om::snmp::MibTree loaded = om::snmp::loadMibTree(folders);
   mib->load(loaded.nodes);
   mibErrors = std::move(loaded.errors);
@@ -27,6 +27,7 @@ void NetworkServer::loadMib(const std::vector<std::string>& folders) {
   for (const CMibNode& node : loaded.nodes) {
     if (node.isTrapNode() || node.isNotificationNode()) trapNames_.emplace(node.getOidString(), node.getNodeName());
   }
+  return loaded.modules.size();
 }
 
 std::string NetworkServer::trapName(const std::string& oid) const {
@@ -55,6 +56,22 @@ bool NetworkServer::copyObject(const std::string& key, Lookup how, NetworkObject
 bool NetworkServer::isSubnet(const std::string& name) const {
   const NetworkObjectBase* object = tree.find(name);
   return object != nullptr && object->getObjectType() == kObjectTypeSubnet;
+}
+
+bool NetworkServer::putSubnet(const SubnetBase& subnet) {
+  const NetworkObjectBase* known = tree.find(subnet.getName());
+  if (known == nullptr) {
+    NetworkObjectBase object;
+    object.setName(subnet.getName());
+    object.setDisplayName(subnet.getName());
+    object.setSubnetMask(subnet.getSubnetMask());
+    object.setObjectType(kObjectTypeSubnet);
+    if (!tree.add(NetworkTree::physicalRootPath(), object)) return false;
+  } else if (known->getObjectType() != kObjectTypeSubnet) {
+    return false;
+  }
+  subnets->put(subnet);
+  return true;
 }
 
 bool NetworkServer::removeObject(const std::string& name) {

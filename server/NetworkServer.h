@@ -56,8 +56,9 @@ struct NetworkServer {
   // The ports a node has; unset: none are found.
   std::function<std::vector<NetworkObjectBase>(const NetworkObjectBase& node)> findPorts;
   // Compiles the MIB modules of `folders` into the MIB store (replacing
-  // it); what the parser complained of is in mibErrors.
-  void loadMib(const std::vector<std::string>& folders);
+  // it); what the parser complained of is in mibErrors. Returns how many
+  // modules it read.
+  size_t loadMib(const std::vector<std::string>& folders);
   std::vector<om::snmp::MibLoadError> mibErrors;
   // Receives traps on UDP `port` (0: one the system picks) and writes each
   // as a log record. Empty when listening, else why not.
@@ -83,6 +84,11 @@ struct NetworkServer {
   // renamed in) the subnet store too. The caller holds `mutex`.
   bool removeObject(const std::string& name);
   bool renameObject(const std::string& oldName, const std::string& newName);
+  // Adds a subnet to the tree (under the physical root) and its record to
+  // the subnet store, or replaces the record of a subnet known already;
+  // false when another kind of object has its name. The caller holds
+  // `mutex`.
+  bool putSubnet(const SubnetBase& subnet);
   // Whether the tree's object of that name is a subnet; the caller holds
   // `mutex`.
   bool isSubnet(const std::string& name) const;

@@ -15,12 +15,13 @@ bool listed(const Arguments::Names& names, const std::string& name) {
 Arguments::Arguments(const Args& args, const Names& valued, const Names& flags) {
   for (size_t i = 0; i < args.size() && ok_; ++i) {
     const std::string& arg = args[i];
-    if (arg.size() < 3 || arg.compare(0, 2, "--") != 0) {
-      words_.push_back(arg);
-    } else if (listed(flags, arg)) {
+    if (listed(flags, arg)) {
       options_.emplace_back(arg, "");
-    } else if (listed(valued, arg) && i + 1 < args.size()) {
-      options_.emplace_back(arg, args[++i]);
+    } else if (listed(valued, arg)) {
+      ok_ = i + 1 < args.size();
+      if (ok_) options_.emplace_back(arg, args[++i]);
+    } else if (arg.size() < 3 || arg.compare(0, 2, "--") != 0) {
+      words_.push_back(arg);
     } else {
       ok_ = false;
     }

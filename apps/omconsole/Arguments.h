@@ -1,5 +1,6 @@
 // The words and options of one subcommand, read against the options it
-// takes: "--name VALUE" options (which may repeat) and "--name" flags.
+// takes: "--name VALUE" options (which may repeat) and "--name" flags. An
+// option may also be a short "-c"; any other "-x" is a word.
 #ifndef OM_APPS_OMCONSOLE_ARGUMENTS_H_
 #define OM_APPS_OMCONSOLE_ARGUMENTS_H_
 

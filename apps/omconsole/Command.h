@@ -59,6 +59,9 @@ int runTrace(const Args& args);
 int runPathPing(const Args& args);
 int runPing6(const Args& args);
 
+// SNMP requests straight to an agent.
+int runSnmp(const Args& args);
+
 // Command lines read from standard input, run against one session.
 int runShell(const Args& args);
 
@@ -70,6 +73,7 @@ int runLog(ConsoleSession& session, const Args& args);
 int runMib(ConsoleSession& session, const Args& args);
 int runAction(ConsoleSession& session, const Args& args);
 int runFilter(ConsoleSession& session, const Args& args);
+int runTraps(ConsoleSession& session, const Args& args);
 
 }  // namespace omconsole
 

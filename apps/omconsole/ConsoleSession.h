@@ -33,6 +33,8 @@ class ConsoleSession {
   bool open();
   // The connection's services; open() must have succeeded.
   IWbemServices* services() const;
+  // The embedded server's network; open() must have succeeded.
+  NetworkServer& network() const { return *network_; }
   bool shared() const { return shared_; }
   // Adds a step to run before the session is torn down, while the
   // connection still works.

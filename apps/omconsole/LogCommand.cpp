@@ -2,23 +2,16 @@
 // records a WQL condition selects, and follow new records as they are
 // written: until interrupted, or in a shell in the background until the
 // shell ends.
-#include <chrono>
-#include <memory>
-
 #include <om/codepage.h>
 
 #include "LogFollower.h"
 #include "LogRecord.h"
 #include "MethodCall.h"
 #include "SessionCommand.h"
-#include "StopSignal.h"
 #include "wbem/WbemLogObject.h"
 
 namespace omconsole {
 namespace {
-
-// How long the end of a shell waits for a follower to print what was written.
-constexpr std::chrono::seconds kDrainLimit(5);
 
 std::string condition(const SubcommandCall& call) { return om::utf8ToCp932(call.args.value("--query")); }
 
@@ -50,33 +43,7 @@ int count(const SubcommandCall& call) {
   return 0;
 }
 
-// In a shell: follows until the shell ends, then lets the follower print
-// what was written before it stops.
-int followInBackground(const SubcommandCall& call) {
-  static bool following = false;
-  if (following) return call.fail("the log is followed already");
-  auto follower = std::make_shared<LogFollower>(call.services());
-  const HRESULT hr = follower->start();
-  if (FAILED(hr)) return call.failStatus(static_cast<unsigned long>(hr));
-  following = true;
-  call.session.atClose([follower] {
-    follower->drain(kDrainLimit);
-    follower->stop();
-    following = false;
-  });
-  return 0;
-}
-
-int follow(const SubcommandCall& call) {
-  if (call.session.shared()) return followInBackground(call);
-  StopSignal stop;
-  LogFollower follower(call.services());
-  const HRESULT hr = follower.start();
-  if (FAILED(hr)) return call.failStatus(static_cast<unsigned long>(hr));
-  stop.wait();
-  follower.stop();
-  return 0;
-}
+int follow(const SubcommandCall& call) { return followLog(call, std::nullopt); }
 
 const Subcommand kSubcommands[] = {
     {"list", 0, 0, {"--query"}, {"--json"}, list},

@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <vector>
 
 #include <om/ComObject.h>
 
 #include "LogRecord.h"
+#include "MethodCall.h"
+#include "SessionCommand.h"
+#include "StopSignal.h"
 #include "wbem/WbemLogObject.h"
 
 namespace omconsole {
@@ -15,12 +19,14 @@ namespace omconsole {
 // Prints the record of each event and keeps the highest identifier printed.
 class LogFollower::Sink final : public om::ComObject<IWbemObjectSink> {
  public:
+  explicit Sink(std::optional<int> logType) : logType_(logType) {}
+
   HRESULT STDMETHODCALLTYPE Indicate(long count, IWbemClassObject** objects) override {
     for (long i = 0; i < count; ++i) {
       WbemLogObjectEvent event(nullptr);
       if (!event.getFromInstance(objects[i])) continue;
       const CLogObject& record = event.getObject().getObject();
-      emit(listLine(logRecord(record)) + "\n");
+      if (!logType_ || record.getType() == *logType_) emit(listLine(logRecord(record)) + "\n");
       std::lock_guard<std::mutex> lock(mutex_);
       printed_ = std::max(printed_, record.getIdentifier());
       changed_.notify_all();
@@ -48,6 +54,7 @@ class LogFollower::Sink final : public om::ComObject<IWbemObjectSink> {
   }
 
  private:
+  const std::optional<int> logType_;
   std::mutex mutex_;
   std::condition_variable changed_;
   DWORD printed_ = 0;
@@ -55,6 +62,9 @@ class LogFollower::Sink final : public om::ComObject<IWbemObjectSink> {
 };
 
 namespace {
+
+// How long the end of a shell waits for a follower to print what was written.
+constexpr std::chrono::seconds kDrainLimit(5);
 
 // The highest identifier of the log (0 when it is empty or cannot be read).
 DWORD highestIdentifier(IWbemServices* services) {
@@ -67,13 +77,14 @@ DWORD highestIdentifier(IWbemServices* services) {
 
 }  // namespace
 
-LogFollower::LogFollower(IWbemServices* services) : services_(services) {}
+LogFollower::LogFollower(IWbemServices* services, std::optional<int> logType)
+    : services_(services), logType_(logType) {}
 
 LogFollower::~LogFollower() { stop(); }
 
 HRESULT LogFollower::start() {
   CComPtr<Sink> sink;
-  sink.Attach(new Sink);
+  sink.Attach(new Sink(logType_));
   const HRESULT hr = services_->ExecNotificationQueryAsync(CComBSTR(u"WQL"), CComBSTR(u"select * from LogObjectEvent"),
                                                            0, nullptr, sink);
   if (FAILED(hr)) return hr;
@@ -91,6 +102,38 @@ void LogFollower::stop() {
   services_->CancelAsyncCall(sink_);
   sink_->waitForEnd();
   sink_.Release();
+}
+
+namespace {
+
+// In a shell: follows until the shell ends, then lets the follower print
+// what was written before it stops.
+int followInBackground(const SubcommandCall& call, std::optional<int> logType) {
+  static bool following = false;
+  if (following) return call.fail("the log is followed already");
+  auto follower = std::make_shared<LogFollower>(call.services(), logType);
+  const HRESULT hr = follower->start();
+  if (FAILED(hr)) return call.failStatus(static_cast<unsigned long>(hr));
+  following = true;
+  call.session.atClose([follower] {
+    follower->drain(kDrainLimit);
+    follower->stop();
+    following = false;
+  });
+  return 0;
+}
+
+}  // namespace
+
+int followLog(const SubcommandCall& call, std::optional<int> logType) {
+  if (call.session.shared()) return followInBackground(call, logType);
+  StopSignal stop;
+  LogFollower follower(call.services(), logType);
+  const HRESULT hr = follower.start();
+  if (FAILED(hr)) return call.failStatus(static_cast<unsigned long>(hr));
+  stop.wait();
+  follower.stop();
+  return 0;
 }
 
 }  // namespace omconsole

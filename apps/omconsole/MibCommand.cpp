@@ -1,11 +1,17 @@
-// omconsole mib: the MIB tree the server knows (class "MibNode"): a node with
-// every field, a node's children, the traps and notifications of a module,
-// and a walk of a host's values into a file.
+// omconsole mib: the MIB tree the server knows (class "MibNode"): loading it
+// from MIB modules, the tree under a node, a node with every field, a node's
+// children, the traps and notifications of a module, and a walk of a host's
+// values into a file.
+#include <climits>
+
 #include <om/codepage.h>
 
+#include "ConsoleSession.h"
 #include "MethodCall.h"
 #include "Records.h"
 #include "SessionCommand.h"
+#include "server/NetworkServer.h"
+#include "server/SnmpRequests.h"
 #include "server/providers/MibNodeService.h"
 #include "wbem/WbemMibNodeClient.h"
 
@@ -32,6 +38,80 @@ Record details(const CMibNode& n) {
           Field::text("prevSibling", n.getPrevSiblingName()),
           Field::texts("children", n.getChildNameList()),
           Field::texts("values", n.getValueList())};
+}
+
+// Compiles the modules into the session's server; status 1 when the parser
+// complained of anything (the rest is loaded all the same).
+int load(const SubcommandCall& call) {
+  const Args& words = call.args.words();
+  NetworkServer& network = call.session.network();
+  const size_t modules = network.loadMib(words.empty() ? om::server::mibFolders() : words);
+  std::vector<std::string> errors;
+  for (const om::snmp::MibLoadError& e : network.mibErrors) {
+    errors.push_back(e.file.empty() ? e.message : e.file + ":" + std::to_string(e.line) + ": " + e.message);
+  }
+  const size_t nodes = network.mib->list().size();
+  if (call.json()) {
+    printRecord({Field::number("modules", static_cast<long long>(modules)),
+                 Field::number("nodes", static_cast<long long>(nodes)), Field::texts("errors", errors)},
+                true);
+  } else {
+    for (const std::string& error : errors) emit(error + "\n");
+    emit(std::to_string(modules) + " modules, " + std::to_string(nodes) + " nodes\n");
+  }
+  return errors.empty() ? 0 : 1;
+}
+
+struct TreeLine {
+  int depth;
+  std::string name;  // code page 932
+  std::string oid;
+};
+
+// Adds `node` at `depth` and, down to `maxDepth`, the nodes under it.
+bool addSubtree(WbemMibNodeClient& client, const CMibNode& node, int depth, int maxDepth, std::vector<TreeLine>& out) {
+  out.push_back({depth, node.getNodeName(), node.getOidString()});
+  if (depth == maxDepth || node.getChildNameList().empty()) return true;
+  std::vector<CMibNode> children;
+  if (!client.GetAllChildNodes(node, children, kAnyKind)) return false;
+  for (const CMibNode& child : children) {
+    if (!addSubtree(client, child, depth + 1, maxDepth, out)) return false;
+  }
+  return true;
+}
+
+// "    name(arc)": two blanks a level, the last sub-identifier of the OID.
+std::string treeText(const std::vector<TreeLine>& lines) {
+  std::string text;
+  for (const TreeLine& line : lines) {
+    const size_t dot = line.oid.rfind('.');
+    text += std::string(2 * static_cast<size_t>(line.depth), ' ') + om::cp932ToUtf8(line.name) + "(" +
+            (dot == std::string::npos ? line.oid : line.oid.substr(dot + 1)) + ")\n";
+  }
+  return text;
+}
+
+int tree(const SubcommandCall& call) {
+  int maxDepth = INT_MAX;
+  if (!call.args.intValue("--depth", maxDepth) || maxDepth < 0) return call.fail("--depth takes a number from 0");
+  const std::string name = call.args.words().empty() ? "iso" : call.args.words()[0];
+  WbemMibNodeClient client(call.services());
+  CMibNode top;
+  const std::string path = instancePath("MibNode", "NodeName", om::utf8ToCp932(name));
+  std::vector<TreeLine> lines;
+  if (!client.GetMibNode(path.c_str(), top, kAnyKind) || !addSubtree(client, top, 0, maxDepth, lines)) {
+    return call.failStatus(client.getErrorCode());
+  }
+  if (!call.json()) {
+    emit(treeText(lines));
+    return 0;
+  }
+  std::vector<Record> records;
+  for (const TreeLine& line : lines) {
+    records.push_back({Field::number("depth", line.depth), Field::text("name", line.name), Field::text("oid", line.oid)});
+  }
+  printList(records, true);
+  return 0;
 }
 
 int show(const SubcommandCall& call) {
@@ -109,6 +189,8 @@ int walk(const SubcommandCall& call) {
 }
 
 const Subcommand kSubcommands[] = {
+    {"load", 0, SIZE_MAX, {}, {"--json"}, load},
+    {"tree", 0, 1, {"--depth"}, {"--json"}, tree},
     {"show", 1, 1, {}, {"--json"}, show},
     {"children", 1, 1, {}, {"--json"}, children},
     {"traps", 0, 1, {}, {"--json"}, traps},

@@ -16,7 +16,7 @@ std::string shown(const std::string& word) {
 }  // namespace
 
 std::string SubcommandCall::text() const {
-  std::string text = family + " " + name;
+  std::string text = name.empty() ? family : family + " " + name;
   for (const std::string& word : args.words()) text += " " + shown(word);
   return text;
 }

@@ -81,11 +81,21 @@ const Command kCommands[] = {
      "log ... CONDITION: WQL on LogObject (\"LogType = 4 AND InternalName = 't1'\"); a shell follows in the background",
      nullptr, runLog, nullptr},
     {"mib",
+     "mib load [FOLDER]... [--json]             compile the MIB modules of the folders (the MIB folder setting without any)\n"
+     "mib tree [NAME] [--depth N] [--json]      the tree under a node (iso without one), indented\n"
      "mib show NAME [--json]                    every field of a MIB node\n"
      "mib children NAME [--json]                its child nodes: name, oid, syntax\n"
      "mib traps [MODULE] [--json]               the traps and notifications of a module (of every module without one)\n"
      "mib walk HOST START FILE [--overwrite]    write HOST's values under START to FILE",
      nullptr, runMib, nullptr},
+    {"snmp",
+     "snmp get HOST OID... [-c COMMUNITY] [-v 1|2c] [-p PORT] [-t SECONDS] [-r RETRIES]  GET, printed as snmpget does\n"
+     "snmp walk HOST [OID] [-c COMMUNITY] [-v 1|2c] [-p PORT] [-t SECONDS] [-r RETRIES]  every variable under OID (mib-2)\n"
+     "snmp ... defaults: DefaultReadCommunity, SNMPv2c, SNMPPort, TimeoutSNMP, RetryCountSNMP",
+     runSnmp, nullptr, nullptr},
+    {"traps",
+     "traps [-p PORT]                   receive SNMP traps (port: SNMPTrapPort, 162 when 0), print each log record",
+     nullptr, runTraps, nullptr},
     {"action",
      "action list [--json]                      id, type, name, side, command, parameter, description\n"
      "action show ID [--json]                   one action command\n"
@@ -133,11 +143,13 @@ const Command* findCommand(const std::string& name) {
 }
 
 // Whether a usage line is the one of subcommand `sub`: its second word names
-// it, alone or among others ("start|stop|restart").
+// it, alone or among others ("start|stop|restart"). A command without
+// subcommands (`sub` empty) has options or nothing there.
 bool describes(const std::string& line, const std::string& sub) {
   std::istringstream words(line);
   std::string family, names;
   words >> family >> names;
+  if (sub.empty()) return names.empty() || names[0] == '[' || names[0] == '-';
   std::istringstream each(names);
   for (std::string name; std::getline(each, name, '|');) {
     if (name == sub) return true;

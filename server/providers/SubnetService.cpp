@@ -6,20 +6,6 @@
 #include "server/discovery/SubnetDiscovery.h"
 #include "wbem/WbemSubnet.h"
 
-namespace {
-
-// The subnet as an object of the tree.
-NetworkObjectBase subnetObject(const SubnetBase& subnet) {
-  NetworkObjectBase object;
-  object.setName(subnet.getName());
-  object.setDisplayName(subnet.getName());
-  object.setSubnetMask(subnet.getSubnetMask());
-  object.setObjectType(kObjectTypeSubnet);
-  return object;
-}
-
-}  // namespace
-
 bool SubnetService::known(const std::string& name) {
   SubnetBase subnet;
   return server_->subnets->find(name, subnet);
@@ -30,20 +16,7 @@ bool SubnetService::exists(const std::string& name) {
 }
 
 bool SubnetService::addOrReplace(const SubnetBase& subnet) {
-  NetworkServer& server = *server_;
-  return server.locked([&] {
-    const NetworkObjectBase* known = server.tree.find(subnet.getName());
-    if (known == nullptr) {
-      if (!server.tree.add(NetworkTree::physicalRootPath(),
-                           subnetObject(subnet))) {
-        return false;
-      }
-    } else if (known->getObjectType() != kObjectTypeSubnet) {
-      return false;
-    }
-    server.subnets->put(subnet);
-    return true;
-  });
+  return server_->locked([&] { return server_->putSubnet(subnet); });
 }
 
 bool SubnetService::remove(const std::string& name) {

@@ -4,6 +4,7 @@
 // tests/server/snmp_net_test.cpp).
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -91,6 +92,36 @@ TEST_F(MibConsoleTest, AWalkIsRefusedBeforeAnyPacketOrWhenNoAgentAnswers) {
                                "omconsole: mib walk 127.0.0.1 system " + file + ": the agent did not answer",
                            }));
   EXPECT_EQ(fileText(file), "kept\n");
+}
+
+TEST_F(MibConsoleTest, TheTreeUnderANodeIsIndentedByDepth) {
+  ASSERT_EQ(shell("mib tree snmpTraps\n"), 0) << err_;
+  EXPECT_EQ(out_, "snmpTraps(5)\n  coldStart(1)\n  warmStart(2)\n  linkDown(3)\n  linkUp(4)\n"
+                  "  authenticationFailure(5)\n");
+  ASSERT_EQ(shell("mib tree interfaces --depth 1\n"), 0) << err_;
+  EXPECT_EQ(out_, "interfaces(2)\n  ifNumber(1)\n  ifTable(2)\n");
+  ASSERT_EQ(shell("mib tree ifTable --json\n"), 0) << err_;
+  EXPECT_TRUE(wellFormedJson(out_)) << out_;
+  EXPECT_NE(out_.find(R"({"depth": 2, "name": "ifIndex", "oid": "1.3.6.1.2.1.2.2.1.1"})"), std::string::npos) << out_;
+}
+
+// A load replaces the server's tree for the rest of the shell; a broken
+// module is named with its line and the others load all the same.
+TEST_F(MibConsoleTest, ALoadReportsBrokenModulesAndReplacesTheTree) {
+  const std::string folder = dir_ + "/mibs";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder + "/BROKEN-MIB.txt") << "BROKEN-MIB DEFINITIONS ::= BEGIN\n"
+                                               "IMPORTS enterprises FROM SNMPv2-SMI;\n"
+                                               "broken OBJECT IDENTIFIER ::= { enterprises 99998 }\n"
+                                               "brokenThing OBJECT-TYPE SYNTAX Integer32 MAX-ACCESS\n"
+                                               "END\n";
+  EXPECT_EQ(shell("mib load " + std::string(OM_MIB_FOLDER) + " " + folder + "\nmib show ifIndex\nmib show ucdavis\n"),
+            1);
+  EXPECT_EQ(out_.find(folder + "/BROKEN-MIB.txt:5: "), 0u) << out_;
+  EXPECT_NE(out_.find(" modules, "), std::string::npos) << out_;
+  EXPECT_NE(out_.find("name: ifIndex\n"), std::string::npos) << out_;
+  // Only the project's modules now: the system's are gone.
+  EXPECT_EQ(err_, "omconsole: mib show ucdavis: WBEM_E_NOT_FOUND\n");
 }
 
 TEST_F(MibConsoleTest, UnknownNamesAreRefused) {
