@@ -21,23 +21,28 @@ namespace {
 // Every kind of node: the "NodeTypeKind" that selects them all.
 constexpr int kAnyKind = 0;
 
-// Every stored field; a trap's number and enterprise under their own names.
+// Every field the class carries. A trap's access and syntax fields hold its
+// number and enterprise, which the class does not carry (both are in its
+// OID, enterprise.0.number): a trap shows neither.
 Record details(const CMibNode& n) {
-  return {Field::text("name", n.getNodeName()),
-          Field::text("module", n.getModuleName()),
-          Field::text("parent", n.getParentName()),
-          Field::text("oid", n.getOidString()),
-          Field::text("fullPath", n.getFullPath()),
-          Field::text("description", n.getDescription()),
-          Field::number("type", n.getNodeType()),
-          Field::number("kind", n.getNodeKind()),
-          Field::number("status", n.getStatus()),
-          n.isTrapNode() ? Field::number("trapNumber", n.getTrapNumber()) : Field::number("access", n.getAccess()),
-          n.isTrapNode() ? Field::text("enterprise", n.getEnterprise()) : Field::text("syntax", n.getSyntax()),
-          Field::text("nextSibling", n.getNextSiblingName()),
-          Field::text("prevSibling", n.getPrevSiblingName()),
-          Field::texts("children", n.getChildNameList()),
-          Field::texts("values", n.getValueList())};
+  Record record{Field::text("name", n.getNodeName()),
+                Field::text("module", n.getModuleName()),
+                Field::text("parent", n.getParentName()),
+                Field::text("oid", n.getOidString()),
+                Field::text("fullPath", n.getFullPath()),
+                Field::text("description", n.getDescription()),
+                Field::number("type", n.getNodeType()),
+                Field::number("kind", n.getNodeKind()),
+                Field::number("status", n.getStatus())};
+  if (!n.isTrapNode()) {
+    record.push_back(Field::number("access", n.getAccess()));
+    record.push_back(Field::text("syntax", n.getSyntax()));
+  }
+  record.insert(record.end(), {Field::text("nextSibling", n.getNextSiblingName()),
+                               Field::text("prevSibling", n.getPrevSiblingName()),
+                               Field::texts("children", n.getChildNameList()),
+                               Field::texts("values", n.getValueList())});
+  return record;
 }
 
 // Compiles the modules into the session's server; status 1 when the parser
