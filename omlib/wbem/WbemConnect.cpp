@@ -104,8 +104,9 @@ bool WbemConnect::checkServerRunning() {
   try {
     WbemOMNetworkClient network(getServices());
     found = network.get();
-  } catch (...) {  // a failure like any other: the check just did not succeed
-    SetLastError(static_cast<DWORD>(WBEM_E_FAILED));
+  } catch (...) {
+    // A failure like any other: the thread's last error, set by the step
+    // that threw, is the cause.
   }
   if (!found) return failWith(static_cast<HRESULT>(GetLastError()));
   setStep(IDS_STEP_SERVER_RUNNING);

@@ -53,7 +53,8 @@ class WbemConnect : public WbemRoot {
   // Connects to the system's namespace on `server` and checks that the
   // server side runs there.
   bool connectServer(const tstring& server, const tstring& user, const tstring& password, const tstring& domain);
-  // Reads the managed network through this connection.
+  // Reads the managed network through this connection. On failure, an
+  // exception inside included, the error code is the thread's last error.
   bool checkServerRunning();
   void disconnect() override;
 

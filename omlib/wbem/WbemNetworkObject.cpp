@@ -1,5 +1,8 @@
 #include "wbem/WbemNetworkObject.h"
 
+#include <string>
+#include <vector>
+
 #include "wbem/WbemProperties.h"
 
 WbemNetworkObject::WbemNetworkObject(IWbemServices* services) : WbemClient(services) {}
@@ -22,6 +25,19 @@ bool WbemNetworkObject::get(const tstring& path, bool silent) {
 namespace {
 
 using NOB = NetworkObjectBase;
+
+// A read-back address list empties the object's list, then appends each
+// element through the adder: a text listed twice is kept once, and each text
+// is kept as it stands.
+void readIpAddresses(NOB& object, const std::vector<std::string>& addresses) {
+  object.clearIpAddresses();
+  for (const std::string& address : addresses) object.addIpAddress(address);
+}
+
+void readIpv6Addresses(NOB& object, const std::vector<std::string>& addresses) {
+  object.clearIpv6Addresses();
+  for (const std::string& address : addresses) object.addIpv6Address(address);
+}
 
 // The 34 properties of "NetworkObject", in the class's order.
 constexpr om::WbemProperty<NOB> kProperties[] = {
@@ -56,8 +72,8 @@ constexpr om::WbemProperty<NOB> kProperties[] = {
     om::property<&NOB::getDeleteInterval, &NOB::setDeleteInterval>(u"DeleteInterval"),
     om::property<&NOB::isTrapped, &NOB::setIsTrapped>(u"IsTrapped"),
     om::property<&NOB::getSnmpVersion, &NOB::setSnmpVersion>(u"SnmpVersion"),
-    om::property<&NOB::getIpAddresses, &NOB::setIpAddresses>(u"IpAddresses"),
-    om::property<&NOB::getIpv6Addresses, &NOB::setIpv6Addresses>(u"Ipv6Addresses"),
+    om::property<&NOB::getIpAddresses, &readIpAddresses>(u"IpAddresses"),
+    om::property<&NOB::getIpv6Addresses, &readIpv6Addresses>(u"Ipv6Addresses"),
     om::property<&NOB::getSnmpPort, &NOB::setSnmpPort>(u"SnmpPort"),
 };
 

@@ -35,7 +35,9 @@ class WbemNetworkObject : public NetworkObjectBase, public WbemClient {
 
   // The 34 properties, in the class's order. Numbers and booleans of another
   // type leave the field as it was; the range-checked fields store 0 for a
-  // value outside their range; a string of another type reads as empty.
+  // value outside their range; a string of another type reads as empty. The
+  // address lists are emptied, then each element is appended as the adders
+  // do (a text listed twice is kept once; texts are not checked).
   bool putToInstance(IWbemClassObject* instance) override;
   bool getFromInstance(IWbemClassObject* instance) override;
 };

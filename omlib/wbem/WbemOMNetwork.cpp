@@ -17,7 +17,14 @@ bool WbemOMNetwork::getObject(COrvaManagerNetwork& out) {
   return true;
 }
 
-bool WbemOMNetwork::put() { return putInstance(); }
+bool WbemOMNetwork::put() {
+  // The one instance is named networkName(), whatever this object's name.
+  WbemOMNetwork instance(*this);
+  instance.setName(networkName());
+  const bool ok = instance.putInstance();
+  setErrorCode(instance.getErrorCode());
+  return ok;
+}
 
 bool WbemOMNetwork::get() {
   WbemAccess access(this);

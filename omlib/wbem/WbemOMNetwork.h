@@ -29,7 +29,8 @@ class WbemOMNetwork : public COrvaManagerNetwork, public WbemClient {
   unsigned long getErrorInfo() const { return getErrorCode(); }
 
   tstring getClassName() const override { return "OrvaManagerNetwork"; }
-  // Writes this object as the instance / reads the instance into it.
+  // Writes this object as the instance, under networkName() whatever its
+  // own name (which stays as it is) / reads the instance into it.
   bool put();
   bool get();
   // The 7 properties in the class's order; numbers and booleans of another

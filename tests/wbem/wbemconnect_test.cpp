@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include <om/codepage.h>
 #include <omtools/Registry.h>
 #include <wmi/ObjectManager.h>
+#include <wmi/ProviderBase.h>
 
 #include "wbem/WbemConnect.h"
 
@@ -177,6 +179,36 @@ om::ProxyBlanket blanketOf(IUnknown* proxy) {
 
 // COM security is set once per process, so the whole life of a console's
 // connection is one test, in order.
+// Services whose GetObject sets the thread's last error and then throws.
+class ThrowingServices : public om::wmi::ProviderBase {
+ public:
+  HRESULT STDMETHODCALLTYPE GetObject(const BSTR, long, IWbemContext*, IWbemClassObject**,
+                                      IWbemCallResult**) override {
+    SetLastError(static_cast<DWORD>(WBEM_E_ACCESS_DENIED));
+    throw std::runtime_error("connection lost");
+  }
+};
+
+// A connection over services of the test's choosing.
+class ConnectionTo : public WbemConnect {
+ public:
+  explicit ConnectionTo(IWbemServices* services) : services_(services) {}
+  IWbemServices* getServices() override { return services_; }
+  bool isConnected() const override { return true; }
+
+ private:
+  IWbemServices* services_;
+};
+
+TEST(WbemConnect, AServerCheckThatThrowsKeepsTheCause) {
+  CComPtr<ThrowingServices> services;
+  services.Attach(new ThrowingServices);
+  ConnectionTo connection(services);
+  EXPECT_FALSE(connection.checkServerRunning());
+  EXPECT_EQ(static_cast<HRESULT>(connection.getErrorCode()), WBEM_E_ACCESS_DENIED);
+  EXPECT_EQ(connection.getStep(), 7069u);
+}
+
 TEST(WbemConnect, ConsoleLifeFromComStartToDisconnect) {
   RegistryHome home;
   const long baseline = om::comObjectCount();

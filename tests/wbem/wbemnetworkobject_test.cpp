@@ -294,6 +294,22 @@ TEST_F(NetworkObjectTest, NullOrMistypedPropertiesKeepNumbersAndClearTexts) {
   EXPECT_EQ(WbemNetworkObject::StringComVar(number), "");
 }
 
+TEST_F(NetworkObjectTest, AddressListsAreReadThroughTheAdders) {
+  using Texts = std::vector<std::string>;
+  CComPtr<IWbemClassObject> instance = spawn(services(), u"NetworkObject");
+  CComVariant v4;
+  CComVariant v6;
+  ASSERT_TRUE(WbemClient::createStringSafeArray(Texts{"10.0.0.1", "10.0.0.1", "010.000.000.001", "bogus"}, v4));
+  ASSERT_TRUE(WbemClient::createStringSafeArray(Texts{"::1", "::1", "0::1", "bogus"}, v6));
+  put(instance, u"IpAddresses", v4);
+  put(instance, u"Ipv6Addresses", v6);
+  WbemNetworkObject reader(sample(0, 0), services());
+  ASSERT_TRUE(reader.getFromInstance(instance));
+  // The list starts afresh; a repeated text is kept once, the others as they stand.
+  EXPECT_EQ(reader.getIpAddresses(), (Texts{"10.0.0.1", "010.000.000.001", "bogus"}));
+  EXPECT_EQ(reader.getIpv6Addresses(), (Texts{"::1", "0::1", "bogus"}));
+}
+
 // ---- provider method classes ------------------------------------------------------------
 
 TEST_F(NetworkObjectTest, ExecInitCachesTheClassAndTheOutSignature) {

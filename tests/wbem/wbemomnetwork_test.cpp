@@ -146,6 +146,18 @@ TEST_F(OMNetworkTest, TheInstanceRoundTripsUnderItsJapaneseName) {
   EXPECT_FALSE(reader.putToInstance(nullptr));
 }
 
+TEST_F(OMNetworkTest, PutWritesTheOneInstanceWhateverTheObjectIsNamed) {
+  for (const COrvaManagerNetwork& source : {network("other", 5, true, true), COrvaManagerNetwork()}) {
+    WbemOMNetworkClient writer(source, services());
+    ASSERT_TRUE(writer.put()) << std::hex << writer.getErrorCode();
+    const CComVariant name = valueOf(server_->stored_, u"NetworkName");
+    ASSERT_EQ(name.vt, VT_BSTR);
+    EXPECT_EQ(std::u16string(name.bstrVal), u"ネットワーク") << source.getName();
+    EXPECT_EQ(valueOf(server_->stored_, u"NumberOfSubnets").lVal, source.getNumberOfSubnets());
+    EXPECT_EQ(writer.getName(), source.getName());
+  }
+}
+
 TEST_F(OMNetworkTest, ManagerStatesAreReadAfreshAndUnreadableMeansStopped) {
   WbemOMNetworkClient writer(network(WbemOMNetwork::networkName(), 0, true, false), services());
   ASSERT_TRUE(writer.put());
