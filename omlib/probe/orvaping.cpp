@@ -83,15 +83,10 @@ tstring hopPrefix(int hop, const tstring& responder) {
   return text;
 }
 
-// A zeroed packet buffer; null when memory is short, with the last error
-// set to 14 (not enough storage).
+// A zeroed packet buffer; null when memory is short.
 std::unique_ptr<char[]> newBuffer() {
   std::unique_ptr<char[]> buffer(new (std::nothrow) char[OrvaPing::kBufferSize]);
-  if (buffer == nullptr) {
-    SetLastError(ERROR_OUTOFMEMORY);
-  } else {
-    std::memset(buffer.get(), 0, OrvaPing::kBufferSize);
-  }
+  if (buffer != nullptr) std::memset(buffer.get(), 0, OrvaPing::kBufferSize);
   return buffer;
 }
 
@@ -536,9 +531,9 @@ int OrvaPing::stockResult(const char* datagram, int bytes, int hop) {
     if (result.getTime() > 0) {
       text += part.format("time=%ldms ", result.getTime());
     } else {
-      text += "time<1ms ";
+      text += "time<1ms";
     }
-    text += part.format("TTL=%d", ttl);
+    text += part.format("TTL=%d ", ttl);
   } else {
     text.format("reply from %s: %s", from.c_str(), result.getMessage().c_str());
   }
@@ -571,11 +566,22 @@ bool OrvaPing::GoAhead() {
 
 bool OrvaPing::GoAheadPing() { return ping(m_destAddr, true); }
 
+bool OrvaPing::allocate(std::unique_ptr<char[]>& packet, std::unique_ptr<char[]>& reply) {
+  packet = newBuffer();
+  reply = newBuffer();
+  if (packet != nullptr && reply != nullptr) return true;
+  m_lastError = ERROR_OUTOFMEMORY;
+  addFailure(tstring().format("Orva Manager PING %s: no memory for the packet buffers: %08x",
+                              getPrintableDest().c_str(), m_lastError),
+             m_lastError);
+  return false;
+}
+
 bool OrvaPing::ping(IN_ADDR target, bool report) {
   m_sent = m_received = 0;
-  const std::unique_ptr<char[]> packet = newBuffer();
-  const std::unique_ptr<char[]> reply = newBuffer();
-  if (packet == nullptr || reply == nullptr) return false;
+  std::unique_ptr<char[]> packet;
+  std::unique_ptr<char[]> reply;
+  if (!allocate(packet, reply)) return false;
   const int size = setIcmpData(packet.get());
   const SOCKET s = open(m_TTL);
   if (s == INVALID_SOCKET) return false;
@@ -651,9 +657,9 @@ ULONG OrvaPing::traceHop(int hop, char* packet, int size, char* reply, std::vect
 }
 
 bool OrvaPing::GoAheadTraceRoute(std::vector<IN_ADDR>& path) {
-  const std::unique_ptr<char[]> packet = newBuffer();
-  const std::unique_ptr<char[]> reply = newBuffer();
-  if (packet == nullptr || reply == nullptr) return false;
+  std::unique_ptr<char[]> packet;
+  std::unique_ptr<char[]> reply;
+  if (!allocate(packet, reply)) return false;
   const int size = setIcmpData(packet.get());
   for (int hop = 1; hop <= std::min(m_MaxHop, 255); ++hop) {
     ULONG status = traceHop(hop, packet.get(), size, reply.get(), path);

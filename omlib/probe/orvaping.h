@@ -4,6 +4,7 @@
 #ifndef OMLIB_PROBE_ORVAPING_H_
 #define OMLIB_PROBE_ORVAPING_H_
 
+#include <memory>
 #include <vector>
 
 #include <omtools/tstring.h>
@@ -80,7 +81,9 @@ class OrvaPingListener {
 // Sends ICMP echo requests to a destination and reports what comes back.
 // A run (GoAhead) blocks the calling thread; listeners are asked before each
 // receive and are the only way to cancel it. Requests are numbered by the
-// process-wide sequencer. An object is used by one thread at a time.
+// process-wide sequencer. A failure ends the run with false after adding a
+// line and a PingResult that carry its error, which getLastError() gives too.
+// An object is used by one thread at a time.
 class OrvaPing {
  public:
   enum CmdMode { kPing = 0, kTraceRoute = 1, kPathPing = 2 };
@@ -179,7 +182,10 @@ class OrvaPing {
   void close(SOCKET s);
   // Resolves the destination into its address.
   bool setDest();
-  // Sends the request of `size` bytes to `target`.
+  // Sends the request of `size` bytes to `target`. A failed send always
+  // adds its line ("sendto failed") and result, since every failure of a
+  // run does; `report` adds the line of a successful send. A send that
+  // would still block after 10 tries fails without a line.
   bool sendicmp(SOCKET s, IN_ADDR target, const char* packet, int size, bool report);
   // Receives the next datagram that answers the request `id`/`sequence`:
   // its byte count, or -1 with the socket error (WSAETIMEDOUT at the
@@ -209,6 +215,9 @@ class OrvaPing {
 
  private:
   void copySettings(const OrvaPing& other);
+  // The zeroed packet and reply buffers of a run; false, with the last
+  // error 14 (not enough storage) and its failure, when they cannot be had.
+  bool allocate(std::unique_ptr<char[]>& packet, std::unique_ptr<char[]>& reply);
   bool askListeners();
   // Sets the sequence number, the send time and the checksum.
   static void stamp(char* packet, int size, USHORT sequence);

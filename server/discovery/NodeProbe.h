@@ -13,9 +13,19 @@ enum class EchoResult { kAnswered, kSilent, kNotSent };
 // waiting up to `timeoutMs` for its reply. kNotSent when no request could be
 // sent (raw and ICMP datagram sockets both refused).
 EchoResult echoAddress(const std::string& address, int timeoutMs, int tries);
+// ICMPv6 echo requests to an IPv6 address: one, and up to `retries` more
+// while none is answered, each waiting up to `timeoutMs`. An ICMPv6 error
+// in answer counts as silent; kNotSent when no request could be sent.
+EchoResult echo6Address(const std::string& address, int timeoutMs, int retries);
 
-// One echo to the node's first IPv4 address: up, down, or unknown when it
-// has no address or no echo could be sent.
+// A positive setting, or `fallback`.
+int settingOr(int value, int fallback);
+
+// Echoes the node's first IPv4 address ("RetryCountPollingForPing" requests,
+// each waiting "TimeoutPollingForPing" seconds) or, when it has none, its
+// first IPv6 address ("RetryCountPollingForPing6" retries, each waiting
+// "TimeoutPollingForPing6" seconds); a setting that is not set counts as 1.
+// Up, down, or unknown when it has no address or no echo could be sent.
 int pingNode(const NetworkObjectBase& node);
 
 #endif  // OM_SERVER_DISCOVERY_NODEPROBE_H_

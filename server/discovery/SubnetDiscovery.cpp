@@ -37,9 +37,6 @@ std::string reverseLookup(const std::string& address) {
   return host;
 }
 
-// A positive setting, or `fallback`.
-int settingOr(int value, int fallback) { return value > 0 ? value : fallback; }
-
 }  // namespace
 
 bool subnetAddresses(const std::string& networkId, const std::string& mask, std::vector<std::string>& addresses,

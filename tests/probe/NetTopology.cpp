@@ -83,6 +83,8 @@ std::string timeless(const std::string& text) {
       if ((!fixed && end == i + before) || text.compare(end, std::strlen(form.after), form.after) != 0) continue;
       out += "time?";
       i = end + std::strlen(form.after);
+      // A reply line has "time=12ms TTL=64 " but "time<1msTTL=64 ".
+      if (fixed && text.compare(i, 4, "TTL=") == 0) out += ' ';
       replaced = true;
       break;
     }

@@ -16,7 +16,8 @@ namespace omtest {
 int run(const std::string& command, std::string* output = nullptr);
 
 // `text` with each round-trip time ("time=12ms", "time<1ms", "time: 12 ms")
-// replaced by "time?", for comparing runs.
+// replaced by "time?", for comparing runs; "time<1ms" right before "TTL="
+// gains the space that "time=12ms " has.
 std::string timeless(const std::string& text);
 
 // Why network namespaces and raw sockets cannot be used here; empty when

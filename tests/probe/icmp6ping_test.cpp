@@ -19,14 +19,10 @@ class Icmp6Probe : public icmp6ping {
 };
 
 TEST(Icmp6Ping, PaddingRequestDataAndDefaults) {
-  const std::string padding = icmp6ping::m_cszPadding;
-  EXPECT_EQ(padding.size(), 72u);
-  EXPECT_EQ(padding, "Velmoran Systems Co ICMP6 Echo Request/Reply \"PING6\" for Orva Manager...");
+  const std::string padding = "Velmoran Systems Co ICMP6 Echo Request/Reply \"PING6\" for Orva Manager...";
   icmp6ping p;
   const std::vector<BYTE>& data = p.getRequestData();
   ASSERT_EQ(data.size(), 2048u);
-  // The first 32 bytes (a default request) are the text's first 32 characters.
-  EXPECT_EQ(std::string(data.begin(), data.begin() + 32), "Velmoran Systems Co ICMP6 Echo R");
   // 100 bytes: the text once in full, then its first 28 characters.
   EXPECT_EQ(std::string(data.begin(), data.begin() + 100), padding + padding.substr(0, 28));
   // 2048 = 28 * 72 + 32: the last copy is cut after 32 characters.
@@ -95,12 +91,13 @@ TEST(Icmp6Ping, ReplyText) {
 }
 
 TEST(Icmp6Ping, UnresolvableDestinationGivesTheResolverError) {
+  // An empty label: the resolver refuses the name without asking any server.
   icmp6ping p;
-  EXPECT_FALSE(p.ping6(tstring("no-such-host.invalid")));
+  EXPECT_FALSE(p.ping6(tstring("no-such-host..invalid")));
   WSADATA session;
   ASSERT_EQ(WSAStartup(MAKEWORD(2, 2), &session), 0);
   addrinfo_t direct;
-  EXPECT_EQ(direct.resolve("no-such-host.invalid", AF_INET6, "0", 0, 0), 0);
+  EXPECT_EQ(direct.resolve("no-such-host..invalid", AF_INET6, "0", 0, 0), 0);
   EXPECT_EQ(p.getLastError(), static_cast<DWORD>(WSAGetLastError()));
   EXPECT_NE(p.getLastError(), 0u);
   WSACleanup();

