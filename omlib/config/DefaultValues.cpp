@@ -1,5 +1,7 @@
 #include "config/DefaultValues.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdlib>
 
 #include <afxmt.h>
@@ -11,6 +13,17 @@ const char* const DefaultValues::m_tcszOrvaManagerKey = "SOFTWARE\\Velmoran\\Orv
 #undef OM_SETTING
 
 std::auto_ptrex<DefaultValues> DefaultValues::_instance;
+
+namespace {
+
+// The leading decimal number of `text` (0 when there is none), held at the
+// int limits as a 32-bit conversion holds it.
+int decimalOf(const tstring& text) {
+  const long value = std::strtol(text.c_str(), nullptr, 10);
+  return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
+}
+
+}  // namespace
 
 DefaultValues::DefaultValues() {
   try {
@@ -41,9 +54,7 @@ bool DefaultValues::setString(const tstring& name, const tstring& value) {
   return m_pRegistry != nullptr && m_pRegistry->setValue(name, value);
 }
 
-int DefaultValues::getInt(const char* name) const {
-  return static_cast<int>(std::strtol(getString(name).c_str(), nullptr, 10));
-}
+int DefaultValues::getInt(const char* name) const { return decimalOf(getString(name)); }
 
 bool DefaultValues::getBool(const char* name) const { return getString(name).compareNoCase("true") == 0; }
 
@@ -94,7 +105,6 @@ namespace {
 typedef DefaultValues::Setting Setting;
 
 tstring intText(int value) { return tstring().format("%d", value); }
-int textInt(const tstring& text) { return static_cast<int>(std::strtol(text.c_str(), nullptr, 10)); }
 
 #define OM_KIND_TEXT DefaultValues::kText
 #define OM_KIND_CTEXT DefaultValues::kText
@@ -112,10 +122,10 @@ int textInt(const tstring& text) { return static_cast<int>(std::strtol(text.c_st
 
 #define OM_WRITE_TEXT(setter) d.setter(t)
 #define OM_WRITE_CTEXT OM_WRITE_TEXT
-#define OM_WRITE_INT(setter) d.setter(textInt(t))
-#define OM_WRITE_LEVEL(setter) d.setter(static_cast<log_def::tagLOGLEVEL>(textInt(t)))
-#define OM_WRITE_POLICY(setter) d.setter(static_cast<CCounterValue::CountPolicy>(textInt(t)))
-#define OM_WRITE_BOOL(setter) d.setter(t == "true")
+#define OM_WRITE_INT(setter) d.setter(decimalOf(t))
+#define OM_WRITE_LEVEL(setter) d.setter(static_cast<log_def::tagLOGLEVEL>(decimalOf(t)))
+#define OM_WRITE_POLICY(setter) d.setter(static_cast<CCounterValue::CountPolicy>(decimalOf(t)))
+#define OM_WRITE_BOOL(setter) d.setter(t.compareNoCase("true") == 0)
 
 }  // namespace
 

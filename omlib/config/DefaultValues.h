@@ -4,8 +4,9 @@
 // Nothing is cached: every getter reads the registry and every setter writes
 // it at once, so a value written by any process is seen by the next read in
 // every other. Integers are stored as "%d" text and read by their leading
-// digits; booleans as "true"/"false", true only for "true" in any case; texts
-// unchanged. A missing value reads as 0, false or empty ("LogSaveLevel": 1).
+// digits, a number beyond the int range held at INT_MIN or INT_MAX; booleans
+// as "true"/"false", true only for "true" in any case; texts unchanged. A
+// missing value reads as 0, false or empty ("LogSaveLevel": 1).
 //
 // getDefault() hands out the process-wide instance. Its creation is not
 // locked: call it once before other threads start.
@@ -35,7 +36,9 @@ class DefaultValues {
     Kind kind;
     // The value as its getter returns it, as text ("%d", "true"/"false").
     tstring (*read)(DefaultValues& values);
-    // Writes text already checked for the kind through the setter.
+    // Writes text already checked for the kind through the setter, read as
+    // the getters read it: an integer by its leading digits, a boolean true
+    // for "true" in any case.
     bool (*write)(DefaultValues& values, const tstring& text);
   };
 

@@ -4,10 +4,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <omtools/Registry.h>
 
@@ -17,6 +19,63 @@
 namespace {
 
 const char* kKey = "SOFTWARE\\Velmoran\\OrvaManager";
+
+constexpr DefaultValues::Kind T = DefaultValues::kText;
+constexpr DefaultValues::Kind I = DefaultValues::kInt;
+constexpr DefaultValues::Kind B = DefaultValues::kBool;
+
+// Every registry value name with its kind, in table order, as the product
+// has always stored them.
+const std::vector<std::pair<std::string, DefaultValues::Kind>> kSettings = {
+    {"DataFile", T}, {"DefaultCommunity", T}, {"DefaultDeleteInterval", I}, {"DefaultDiscoveredNodeType", I},
+    {"DefaultDiscoveringInterval", I}, {"DefaultDiscoverOnTrap", B}, {"DefaultLookupHostName", B},
+    {"DefaultPollingInterval", I}, {"DefaultReadCommunity", T}, {"DefaultWriteCommunity", T}, {"ObjectsFile", T},
+    {"DBFile", T}, {"TaskObjectFile", T}, {"DefaultPollingPort", B}, {"CommandFile", T}, {"ActionFilterFile", T},
+    {"DefaultKeepFilterTime", I}, {"Target", T}, {"ServerPort", I}, {"ProviderPort", I}, {"LogSaveLevel", I},
+    {"LogMaxNumber", I}, {"TaskMaxSample", I}, {"UsingBroadcast", B}, {"oid-icon", T}, {"UsingHostList", B},
+    {"TelnetCheck", B}, {"HttpCheck", B}, {"RetryCountDiscover", I}, {"TimeoutDiscover", I},
+    {"RetryCountPolling", I}, {"TimeoutPolling", I}, {"LogoImage", T}, {"ClosingImg", T}, {"TimeoutSNMP", I},
+    {"RetryCountSNMP", I}, {"HelpFile", T}, {"PingInterval", I}, {"RetryCountDiscoverForPing", I},
+    {"RetryCountPollingForPing", I}, {"TimeoutDiscoverForPing", I}, {"TimeoutPollingForPing", I},
+    {"ResetAtStarting", B}, {"CheckVlanNetAddress", B}, {"UsingOrvaTree", B}, {"MaxPathNumber", I},
+    {"ReportsDirectory", T}, {"PollingTimer", I}, {"MapsFolder", T}, {"IconsFolder", T}, {"OidToIconFile", T},
+    {"RemainPollerCount", I}, {"PollingManager", B}, {"AutoDiscoverManager", B}, {"TrapManager", B},
+    {"IfTypes", T}, {"UseSysName", B}, {"UseIfDescr", B}, {"Tracer", B}, {"TrapDataMax", I},
+    {"TrapAttackInterval", I}, {"TrapAttackNumber", I}, {"DBFileSizeLimit", I}, {"IsFQDN", B},
+    {"EnableUsingHostListPing", B}, {"EnableTrapFilter", B}, {"CountOverflowPolicy", I},
+    {"PollingManagerBlockadeTime", I}, {"DefaultAutoDiscoverSNMPProto", I}, {"EnableTrapReceiverCheck", B},
+    {"TrayIconString", T}, {"FstVlanEgress", B}, {"NodeStatusList", T}, {"RetryCountPollingForPing6", I},
+    {"TimeoutPollingForPing6", I}, {"DispMacNode", B}, {"SubtypeInformationFile", T}, {"PathTestQueries", I},
+    {"PathTestTimeout", I}, {"PathTestDataSize", I}, {"PathTestMaxHop", I}, {"PathTestInterval", I},
+    {"SNMPPort", I}, {"SNMPTrapPort", I}, {"PingSuccessLog", B}, {"MaxNodeNumber", I}, {"SeedIpFile", T},
+    {"EventLogging Critical", B}, {"PingTimeThreshold", I},
+};
+
+// The factory text of every setting that has one. Among them, on purpose:
+// the auto-discovery SNMP protocol -1 and both SNMP ports 0.
+const std::map<std::string, std::string> kFactory = {
+    {"DefaultPollingInterval", "600"}, {"DefaultDeleteInterval", "604800"}, {"DefaultDiscoveringInterval", "0"},
+    {"DefaultDiscoveredNodeType", "3"}, {"DefaultLookupHostName", "true"}, {"DefaultDiscoverOnTrap", "true"},
+    {"DefaultPollingPort", "true"}, {"DefaultKeepFilterTime", "600"}, {"ServerPort", "777"},
+    {"ProviderPort", "2777"}, {"LogSaveLevel", "2"}, {"LogMaxNumber", "100000"}, {"TaskMaxSample", "20000"},
+    {"UsingBroadcast", "true"}, {"TelnetCheck", "false"}, {"HttpCheck", "false"}, {"RetryCountDiscover", "2"},
+    {"TimeoutDiscover", "1"}, {"RetryCountPolling", "2"}, {"RetryCountPollingForPing6", "2"},
+    {"TimeoutPolling", "2"}, {"TimeoutPollingForPing6", "2"}, {"RetryCountSNMP", "1"}, {"TimeoutSNMP", "1"},
+    {"PingInterval", "50"}, {"RetryCountDiscoverForPing", "2"}, {"RetryCountPollingForPing", "2"},
+    {"TimeoutDiscoverForPing", "1"}, {"TimeoutPollingForPing", "2"}, {"CheckVlanNetAddress", "true"},
+    {"MaxPathNumber", "100"}, {"PollingTimer", "1"}, {"AutoDiscoverManager", "true"}, {"PollingManager", "true"},
+    {"TrapManager", "true"}, {"UsingHostList", "false"}, {"ResetAtStarting", "false"}, {"UsingOrvaTree", "false"},
+    {"UseSysName", "false"}, {"UseIfDescr", "false"}, {"Tracer", "false"}, {"TrapDataMax", "50"},
+    {"TrapAttackInterval", "60"}, {"TrapAttackNumber", "200"}, {"DBFileSizeLimit", "0"}, {"IsFQDN", "false"},
+    {"PathTestQueries", "100"}, {"PathTestTimeout", "1"}, {"PathTestDataSize", "32"}, {"PathTestMaxHop", "30"},
+    {"PathTestInterval", "10"}, {"SNMPPort", "0"}, {"SNMPTrapPort", "0"}, {"PingSuccessLog", "true"},
+    {"MaxNodeNumber", "1000"}, {"DispMacNode", "true"}, {"EnableTrapFilter", "true"},
+    {"CountOverflowPolicy", "1"}, {"EnableTrapReceiverCheck", "true"}, {"EnableUsingHostListPing", "true"},
+    {"FstVlanEgress", "true"}, {"PollingManagerBlockadeTime", "10"}, {"DefaultAutoDiscoverSNMPProto", "-1"},
+    {"EventLogging Critical", "true"}, {"PingTimeThreshold", "0"}, {"DefaultReadCommunity", "public"},
+    {"DefaultWriteCommunity", "private"}, {"DefaultCommunity", "public"}, {"IfTypes", "6,7,23"},
+    {"NodeStatusList", "0,1,2,1,1,1,2,1,2"}, {"TrayIconString", "OrvaManager is cool!"},
+};
 
 // A private instance over the store of the current test (the singleton keeps
 // the store it was created with).
@@ -71,6 +130,9 @@ TEST_F(DefaultValuesTest, TextRules) {
       {"TRUE", {0, true}},   {"True", {0, true}}, {"true", {0, true}}, {"1", {1, false}},
       {"yes", {0, false}},   {"abc", {0, false}}, {"-5", {-5, false}}, {"42abc", {42, false}},
       {"", {0, false}},      {" 7", {7, false}},
+      // Beyond the int range a number is held at the limit, as a 32-bit conversion holds it.
+      {"2147483647", {INT_MAX, false}}, {"2147483648", {INT_MAX, false}}, {"99999999999", {INT_MAX, false}},
+      {"-2147483649", {INT_MIN, false}},
   };
   for (const auto& [text, expected] : cases) {
     ASSERT_TRUE(raw.setValue("MaxNodeNumber", text));
@@ -88,18 +150,21 @@ TEST_F(DefaultValuesTest, TextRules) {
   EXPECT_TRUE(v.setPingTimeThreshold(-5));
   EXPECT_EQ(v.getString("PingTimeThreshold"), "-5");
   EXPECT_EQ(v.getPingTimeThreshold(), -5);
-  EXPECT_TRUE(v.setIsEventLoggingCritical(true));
-  EXPECT_EQ(v.getString("EventLogging Critical"), "true");
-  EXPECT_TRUE(v.setClosingImage("c.bmp"));
-  EXPECT_EQ(v.getString("ClosingImg"), "c.bmp");
-  EXPECT_TRUE(v.setOidIcon("x"));
-  EXPECT_EQ(v.getString("oid-icon"), "x");
-  EXPECT_TRUE(v.setAutoDiscoverSNMPProto(-1));
-  EXPECT_EQ(v.getString("DefaultAutoDiscoverSNMPProto"), "-1");
-  EXPECT_TRUE(v.setPollingTimer(3));
-  EXPECT_EQ(v.getString("PollingTimer"), "3");
   EXPECT_TRUE(v.setCountPolicy(CCounterValue::CountAsOverflow));
   EXPECT_EQ(v.getCountPolicy(), CCounterValue::CountAsOverflow);
+  // The table's writers read text as the getters do.
+  for (const char* text : {"TRUE", "True"}) {
+    ASSERT_TRUE(DefaultValues::findSetting("UseSysName")->write(v, text));
+    EXPECT_EQ(v.getString("UseSysName"), "true") << text;
+  }
+  ASSERT_TRUE(DefaultValues::findSetting("MaxNodeNumber")->write(v, "99999999999"));
+  EXPECT_EQ(v.getMaxNodeNumber(), INT_MAX);
+}
+
+TEST(DefaultValuesTable, NamesEverySettingInOrderWithItsKind) {
+  std::vector<std::pair<std::string, DefaultValues::Kind>> listed;
+  for (const DefaultValues::Setting& s : DefaultValues::settings()) listed.emplace_back(s.name, s.kind);
+  EXPECT_EQ(listed, kSettings);
 }
 
 // Every setting written here is read by another process, and what another
@@ -117,7 +182,6 @@ TEST_F(DefaultValuesTest, EverySettingCrossesProcesses) {
     ASSERT_TRUE(s.write(v, text)) << s.name;
     written[s.name] = text;
   }
-  EXPECT_EQ(n, 89);
   for (const auto& [name, text] : written) {
     std::string out;
     ASSERT_EQ(console("config get \"" + name + "\"", &out), 0) << name;
@@ -149,23 +213,17 @@ TEST_F(DefaultValuesTest, ResetWritesFactoryValues) {
   ASSERT_EQ(console("config reset"), 0);
   Values v;
   ASSERT_TRUE(v.valid());
-  EXPECT_EQ(v.getPollingInterval(), 600);
-  EXPECT_EQ(v.getDeleteInterval(), 604800);
-  EXPECT_EQ(v.getKeepFilterTime(), 600);
-  EXPECT_EQ(v.getLogSaveLevel(), 2);
-  EXPECT_EQ(v.getMaxPathNumber(), 100);
-  EXPECT_EQ(v.getAutoDiscoverSNMPProto(), -1);
-  EXPECT_EQ(v.getCountPolicy(), CCounterValue::CountAsInvalid);
-  EXPECT_TRUE(v.getEnableTrapReceiverCheck());
-  EXPECT_TRUE(v.isEventLoggingCritical());
-  EXPECT_FALSE(v.getTelnetCheck());
-  EXPECT_EQ(v.getString("TelnetCheck"), "false");
-  EXPECT_EQ(v.getNodeStatusList(), "0,1,2,1,1,1,2,1,2");
-  EXPECT_EQ(v.getTrayIconString(), "OrvaManager is cool!");
-  EXPECT_EQ(v.getWriteCommunity(), "private");
-  // Installation paths have no factory value.
-  EXPECT_EQ(v.getString("DataFile"), "");
-  EXPECT_EQ(ResetValues::factoryText("DataFile"), nullptr);
+  // Each setting with a factory value holds exactly its text; the others
+  // (installation paths) stay unwritten.
+  for (const auto& [name, kind] : kSettings) {
+    const auto factory = kFactory.find(name);
+    const std::string expected = factory == kFactory.end() ? "" : factory->second;
+    EXPECT_EQ(v.getString(name.c_str()), expected) << name;
+    EXPECT_EQ(ResetValues::factoryText(name.c_str()) != nullptr, factory != kFactory.end()) << name;
+  }
+  // The misspelt twin constants hold what their partners hold.
+  EXPECT_EQ(ResetValues::m_cnPollingTimmer, ResetValues::m_cnPollingTimer);
+  EXPECT_EQ(ResetValues::m_cbEnableTrapReceverCheck, int{ResetValues::m_cbEnableTrapReceiverCheck});
 
   // --missing-only keeps what is there and fills what is not.
   ASSERT_TRUE(v.setPollingInterval(5));
