@@ -3,16 +3,12 @@
 #include <bit>
 #include <cstring>
 
-#include <omtools/ClassFactory.h>
 #include <omtools/StringTokenizer.h>
 #include <winsock2.h>
 
 #include "core/PersistStream.h"
 
 namespace {
-
-const ClassRegistrar<mac_address> kMacAddressClass(mac_address::kClassId);
-const ClassRegistrar<ip_address> kIpAddressClass(ip_address::kClassId);
 
 // ---- mac_address text ------------------------------------------------------------
 

@@ -2,15 +2,7 @@
 
 #include <cstring>
 
-#include <omtools/ClassFactory.h>
-
 #include "core/PersistStream.h"
-
-namespace {
-
-const ClassRegistrar<ip6addr_t> kIp6AddrClass(ip6addr_t::kClassId);
-
-}  // namespace
 
 ip6addr_t::ip6addr_t() { clear(); }
 

@@ -3,14 +3,10 @@
 #include <cstring>
 #include <string>
 
-#include <omtools/ClassFactory.h>
-
 #include "core/PersistStream.h"
 #include "core/addr6.h"
 
 namespace {
-
-const ClassRegistrar<sockaddr_in6_t> kSockaddrIn6Class(sockaddr_in6_t::kClassId);
 
 // WSAStringToAddressA of family 23 into `address`; false when it fails.
 bool parseAddress(const tstring& text, sockaddr_in6& address) {

@@ -4,6 +4,7 @@
 #include "model/ArchiveFields.h"
 #include "model/CStringUtil.h"
 #include "model/FieldWriter.h"
+#include "monitor/ActionCmd.h"
 
 // Versionable: archives of other schemas load with the same layout.
 IMPLEMENT_SERIAL(SerializableActionCommand, CObject, VERSIONABLE_SCHEMA | 1)
@@ -17,6 +18,22 @@ SerializableActionCommand& SerializableActionCommand::operator=(const Serializab
 }
 
 void SerializableActionCommand::copyIn(const SerializableActionCommand& other) { f_ = other.f_; }
+
+void SerializableActionCommand::copyIn(const CActionCommand& command) {
+  setId(command.getId());
+  setServerSide(command.isServerSide() ? 1 : 0);
+  setCommand(om::toCString(command.getCommand()));
+  setParam(om::toCString(command.getParam()));
+  setDescription(om::toCString(command.getDescription()));
+}
+
+void SerializableActionCommand::copyTo(CActionCommand& command) const {
+  command.setId(getId());
+  command.setServerSide(IsServerSide() != 0);
+  command.setCommand(om::toStdString(getCommand()));
+  command.setParam(om::toStdString(getParam()));
+  command.setDescription(om::toStdString(getDescription()));
+}
 
 void SerializableActionCommand::Serialize(CArchive& ar) {
   om::ArchiveFields fields(ar);

@@ -16,9 +16,8 @@ class CActionCommand;
 // Archive form (Serialize): id, serverSide (ints); command, param,
 // description (strings). Every schema is read with this one layout.
 //
-// The conversions with CActionCommand (copyIn, copyTo) are defined with
-// CActionCommand in omlib_monitor, which sits above this library: programs
-// that call them link omlib_monitor.
+// The conversions with CActionCommand (copyIn, copyTo) use only its inline
+// members (monitor/ActionCmd.h), so this library links on its own.
 class SerializableActionCommand : public CObject {
   DECLARE_SERIAL(SerializableActionCommand)
  public:

@@ -1,9 +1,7 @@
 #include "monitor/ActionCmd.h"
 
 #include "model/ActionCommandType.h"
-#include "model/CStringUtil.h"
 #include "model/FieldWriter.h"
-#include "model/SerializableAC.h"
 #include "monitor/RecordUtil.h"
 
 namespace {
@@ -19,12 +17,6 @@ UINT nameTextId(int type) {
 }
 
 }  // namespace
-
-int CActionCommand::getCommandType() const { return om::commandTypeOf(command_.c_str()); }
-
-tstring CActionCommand::getCommand() const {
-  return getCommandType() == TYPE_CUSTOM ? command_ : tstring();
-}
 
 void CActionCommand::setCommandType(int type) {
   if (type != TYPE_CUSTOM) command_ = std::to_string(type);
@@ -50,24 +42,4 @@ om::RecordFields CActionCommand::describeFields() const {
       .add("param", param_)
       .add("description", description_)
       .take();
-}
-
-// The conversions of the persistent form live here, where both classes are
-// visible: omlib_model, which holds SerializableActionCommand, sits below
-// this library.
-
-void SerializableActionCommand::copyIn(const CActionCommand& command) {
-  setId(command.getId());
-  setServerSide(command.isServerSide() ? 1 : 0);
-  setCommand(om::toCString(command.getCommand()));
-  setParam(om::toCString(command.getParam()));
-  setDescription(om::toCString(command.getDescription()));
-}
-
-void SerializableActionCommand::copyTo(CActionCommand& command) const {
-  command.setId(getId());
-  command.setServerSide(IsServerSide() != 0);
-  command.setCommand(om::toStdString(getCommand()));
-  command.setParam(om::toStdString(getParam()));
-  command.setDescription(om::toStdString(getDescription()));
 }

@@ -7,6 +7,7 @@
 
 #include <omtools/tstring.h>
 
+#include "model/ActionCommandType.h"
 #include "model/RecordFields.h"
 
 // The command text holds a built-in type as decimal text ("1" to "10"), or a
@@ -51,9 +52,9 @@ class CActionCommand {
 
   // The command text read as a decimal number; 0 for a command line that
   // does not begin with digits.
-  int getCommandType() const;
+  int getCommandType() const { return om::commandTypeOf(command_.c_str()); }
   // The command line of a custom command; "" for a built-in type.
-  tstring getCommand() const;
+  tstring getCommand() const { return getCommandType() == TYPE_CUSTOM ? command_ : tstring(); }
   // A type other than 0 becomes the command text, and the command runs where
   // that type runs by default. Type 0 makes the command server-side and keeps
   // its text, so that switching to a custom command keeps what was there.

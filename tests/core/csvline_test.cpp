@@ -22,6 +22,9 @@ TEST(CSVLine, QuotingIsTriggeredByACommaOnly) {
 
   EXPECT_EQ(CSVLine(Elements{"he said \"hi\"", "two words", "line\nbreak"}).format(),
             "he said \"\"hi\"\",two words,line\nbreak");
+  // A comma and a quote in one element: the quote is doubled, the whole enclosed.
+  EXPECT_EQ(CSVLine(Elements{"a,\"b", "c"}).format(), "\"a,\"\"b\",c");
+  EXPECT_EQ(read("\"a,\"\"b\",c"), (Elements{"a,\"\"b", "c"}));
   EXPECT_EQ(CSVLine(Elements{"\"", "", ","}).format(), "\"\",,\",\"");
   EXPECT_EQ(read("\"\",,\",\""), (Elements{"", "", ","}));
   EXPECT_EQ(CSVLine(Elements{}).format(), "");

@@ -3,8 +3,6 @@
 #include <memory>
 #include <string>
 
-#include <omtools/ClassFactory.h>
-
 #include "core/addr.h"
 #include "core/addr6.h"
 #include "core/sain6.h"
@@ -23,20 +21,6 @@ std::unique_ptr<Persistable> restored(const std::string& bytes) {
   Persistable* object = nullptr;
   if (!Persistable::restore(in, object)) return nullptr;
   return std::unique_ptr<Persistable>(object);
-}
-
-TEST(CorePersistence, ClassIdsAreRegistered) {
-  for (uint32_t id : {113u, 114u, 1128u, 1674u}) EXPECT_TRUE(ClassFactory::instance().isRegistered(id)) << id;
-  std::unique_ptr<Persistable> mac(ClassFactory::instance().create(113));
-  ASSERT_NE(dynamic_cast<mac_address*>(mac.get()), nullptr);
-  EXPECT_TRUE(static_cast<mac_address*>(mac.get())->empty());
-  std::unique_ptr<Persistable> ip(ClassFactory::instance().create(114));
-  ASSERT_NE(dynamic_cast<ip_address*>(ip.get()), nullptr);
-  EXPECT_TRUE(static_cast<ip_address*>(ip.get())->empty());
-  EXPECT_EQ(mac_address().isA(), 113u);
-  EXPECT_EQ(ip_address().isA(), 114u);
-  EXPECT_EQ(ip6addr_t().isA(), 1128u);
-  EXPECT_EQ(sockaddr_in6_t().isA(), 1674u);
 }
 
 TEST(CorePersistence, MacAndIpGoldenBytesAndRoundTrips) {

@@ -30,8 +30,11 @@ TEST(Sequencer, UniqueAcrossThreadsAndWrapsAfter65535) {
   for (const auto& numbers : seen) all.insert(numbers.begin(), numbers.end());
   EXPECT_EQ(all.size(), static_cast<size_t>(kThreads * kEach));
 
-  while (s->number() != 65535) {
-  }
+  // The remaining steps up to 65535 are counted, so a wrong wrap point fails
+  // rather than loops.
+  unsigned short last = s->number();
+  for (int step = last; step < 65535; ++step) last = s->number();
+  EXPECT_EQ(last, 65535);
   EXPECT_EQ(s->number(), 0);
   EXPECT_EQ(s->number(), 1);
 }

@@ -40,11 +40,6 @@ TEST(NetworkObjectBase, RangeCheckedSettersStoreZeroOutsideTheirRange) {
     o.setPortStatus(in);
     EXPECT_EQ(o.getPortStatus(), kept) << in;
   }
-  // Plain setters pass anything through, the version included.
-  o.setSnmpVersion(static_cast<SNMP_VERSION>(12345));
-  EXPECT_EQ(static_cast<int>(o.getSnmpVersion()), 12345);
-  o.setPollingInterval(-30);
-  EXPECT_EQ(o.getPollingInterval(), -30);
 }
 
 TEST(NetworkObjectBase, ObjectTypeNamesAndFunctionBits) {
@@ -119,40 +114,6 @@ TEST(NetworkObjectBase, CompareLooksAtTheNameOnly) {
   EXPECT_TRUE(a.compare(b));
   b.setName("Switch-1");
   EXPECT_FALSE(a.compare(b));
-}
-
-TEST(NetworkObjectBase, CopiesTakeTheAddressListsAndEveryKindOfField) {
-  NetworkObjectBase a;
-  a.setName("n");
-  a.setSysContact("admin");
-  a.setPortStatus(9);
-  a.setHasTFTP(true);
-  a.setIsTrapped(true);
-  a.setSnmpVersion(SNMP_VERSION_2C);
-  a.setIpAddresses({"10.0.0.1", "10.0.0.2"});
-  a.setIpv6Addresses({"::1"});
-  a.setSnmpPort(161);
-
-  const auto expectSame = [](const NetworkObjectBase& b) {
-    EXPECT_EQ(b.getName(), "n");
-    EXPECT_EQ(b.getSysContact(), "admin");
-    EXPECT_EQ(b.getPortStatus(), 9);
-    EXPECT_TRUE(b.hasTFTP() && b.isTrapped());
-    EXPECT_EQ(b.getSnmpVersion(), SNMP_VERSION_2C);
-    EXPECT_EQ(b.getIpAddresses(), (Names{"10.0.0.1", "10.0.0.2"}));
-    EXPECT_EQ(b.getIpv6Addresses(), (Names{"::1"}));
-    EXPECT_EQ(b.getSnmpPort(), 161);
-  };
-  expectSame(NetworkObjectBase(a));
-  // Targets that held other addresses end up with exactly the source's.
-  NetworkObjectBase assigned;
-  assigned.addIpAddress("stale");
-  assigned = a;
-  expectSame(assigned);
-  NetworkObjectBase copied;
-  copied.addIpv6Address("stale");
-  copied.copyIn(a);
-  expectSame(copied);
 }
 
 TEST(CNetworkObject, ChildrenAreUniqueByNameAndNotOwned) {
