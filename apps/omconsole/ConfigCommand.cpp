@@ -27,6 +27,16 @@ const char* kindName(DefaultValues::Kind kind) {
   return "";
 }
 
+// A rejected value as a message quotes it: a long one is cut (at a
+// character's start), so that the message stays one line.
+std::string quoted(const std::string& text) {
+  constexpr size_t kShown = 40;
+  if (text.size() <= kShown) return "'" + text + "'";
+  size_t cut = kShown;
+  while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+  return "'" + text.substr(0, cut) + "...' (" + std::to_string(text.size()) + " bytes)";
+}
+
 // Checks `text` (UTF-8 from the command line) for the setting's kind and
 // gives the text to store (code page 932); false with a message otherwise.
 bool checkedValue(const DefaultValues::Setting& s, const std::string& text, tstring& value, std::string& error) {
@@ -39,7 +49,7 @@ bool checkedValue(const DefaultValues::Setting& s, const std::string& text, tstr
       errno = 0;
       const long n = std::strtol(text.c_str(), &end, 10);
       if (text.empty() || *end != '\0' || errno != 0 || n < INT_MIN || n > INT_MAX) {
-        error = std::string(s.name) + " is an integer setting: '" + text + "' is not an integer";
+        error = std::string(s.name) + " is an integer setting: " + quoted(text) + " is not an integer";
         return false;
       }
       value.format("%ld", n);
@@ -47,7 +57,7 @@ bool checkedValue(const DefaultValues::Setting& s, const std::string& text, tstr
     }
     case DefaultValues::kBool:
       if (text != "true" && text != "false") {
-        error = std::string(s.name) + " is a boolean setting: use true or false, not '" + text + "'";
+        error = std::string(s.name) + " is a boolean setting: use true or false, not " + quoted(text);
         return false;
       }
       value = text;
@@ -97,7 +107,7 @@ int show(bool json) {
 
 int get(const std::string& name) {
   const DefaultValues::Setting* s = DefaultValues::findSetting(om::utf8ToCp932(name));
-  if (s == nullptr) return fail("unknown setting '" + name + "'");
+  if (s == nullptr) return fail("unknown setting " + quoted(name));
   DefaultValues* values = openValues();
   if (values == nullptr) return 1;
   std::cout << om::cp932ToUtf8(s->read(*values)) << "\n";
@@ -106,7 +116,7 @@ int get(const std::string& name) {
 
 int set(const std::string& name, const std::string& text) {
   const DefaultValues::Setting* s = DefaultValues::findSetting(om::utf8ToCp932(name));
-  if (s == nullptr) return fail("unknown setting '" + name + "'");
+  if (s == nullptr) return fail("unknown setting " + quoted(name));
   tstring value;
   std::string error;
   if (!checkedValue(*s, text, value, error)) return fail(error);

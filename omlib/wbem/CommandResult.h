@@ -37,6 +37,8 @@ class CommandResult : public CObject {
   const tstring& getMsg() const { return msg_; }
   void setMsg(const tstring& msg) { msg_ = msg; }
   bool isOK() const { return code_ == RESULT_OK; }
+  // Takes the code and message of `other`.
+  void copyIn(const CommandResult& other);
 
   // "OK", code 0.
   void setOK();
@@ -64,9 +66,6 @@ class CommandResult : public CObject {
 
   // code and message, for dumps.
   om::RecordFields describeFields() const;
-
- protected:
-  void copyIn(const CommandResult& other);
 
  private:
   DWORD code_ = RESULT_OK;

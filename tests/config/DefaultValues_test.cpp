@@ -85,8 +85,10 @@ class Values : public DefaultValues {
 };
 
 // Runs omconsole with `args`; returns its exit status and standard output.
-int console(const std::string& args, std::string* out = nullptr) {
-  FILE* p = popen((std::string(OMCONSOLE) + " " + args + " 2>/dev/null").c_str(), "r");
+// Runs omconsole with `args`; its standard output in `out` and, with `err`,
+// its standard error in `err` instead of the output.
+int console(const std::string& args, std::string* out = nullptr, bool err = false) {
+  FILE* p = popen((std::string(OMCONSOLE) + " " + args + (err ? " 2>&1 >/dev/null" : " 2>/dev/null")).c_str(), "r");
   std::string text;
   char buffer[4096];
   for (size_t n; (n = fread(buffer, 1, sizeof buffer, p)) > 0;) text.append(buffer, n);
@@ -207,6 +209,14 @@ TEST_F(DefaultValuesTest, ConsoleSetChecksTypesAndWritesNothingOnError) {
   EXPECT_FALSE(v.getUseSysName());
   EXPECT_EQ(console("config set MaxNodeNumber -3"), 0);
   EXPECT_EQ(v.getMaxNodeNumber(), -3);
+  // A long rejected value is quoted cut, whole characters only.
+  std::string message;
+  EXPECT_EQ(console("config set MaxNodeNumber " + std::string(5000, '9'), &message, true), 1);
+  EXPECT_EQ(message, "omconsole: MaxNodeNumber is an integer setting: '" + std::string(40, '9') +
+                         "...' (5000 bytes) is not an integer\n");
+  EXPECT_EQ(console("config set UseSysName " + std::string(39, 'y') + "\u00e9\u00e9", &message, true), 1);
+  EXPECT_EQ(message, "omconsole: UseSysName is a boolean setting: use true or false, not '" + std::string(39, 'y') +
+                         "...' (43 bytes)\n");
 }
 
 TEST_F(DefaultValuesTest, ResetWritesFactoryValues) {

@@ -73,6 +73,9 @@ TEST(CommandResult, CodesAndMessagesOfEachSetter) {
   copy = r;
   EXPECT_EQ(copy.toString(), "OK: code = 00000000");
   EXPECT_EQ(copy.describeFields(), (om::RecordFields{{"code", "0"}, {"message", "OK"}}));
+  r.setNotFound("x");
+  copy.copyIn(r);  // a plain accessor, callable from outside
+  EXPECT_EQ(copy.toString(), "x was not found.: code = 00000002");
 }
 
 TEST(CommandResult, GoldenArchiveRoundTripAndTruncation) {
