@@ -18,11 +18,21 @@ function(om_add_test name)
 endfunction()
 
 # om_add_fuzzer(NAME SOURCES... LIBS...)
+# With OM_BUILD_FUZZ, a libFuzzer program. Otherwise a plain program that
+# replays the target's seed corpus fuzz/corpus/NAME, registered with CTest
+# (label fuzz), so that every test run keeps the targets compiling and
+# their past findings fixed.
 function(om_add_fuzzer name)
   cmake_parse_arguments(F "" "" "SOURCES;LIBS" ${ARGN})
-  add_executable(${name} ${F_SOURCES})
+  if(OM_BUILD_FUZZ)
+    add_executable(${name} ${F_SOURCES})
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  else()
+    add_executable(${name} ${F_SOURCES} ${PROJECT_SOURCE_DIR}/fuzz/ReplayMain.cpp)
+    add_test(NAME fuzz.${name} COMMAND ${name} ${PROJECT_SOURCE_DIR}/fuzz/corpus/${name})
+    set_tests_properties(fuzz.${name} PROPERTIES LABELS fuzz)
+  endif()
   target_link_libraries(${name} PRIVATE ${F_LIBS})
-  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
 endfunction()
 
 # om_add_bench(NAME SOURCES... LIBS...)
