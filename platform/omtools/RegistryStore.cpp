@@ -182,19 +182,26 @@ class StoreCache {
 
 // ---- Record keys ------------------------------------------------------------
 
+// Appends `name` with its single-byte capitals in lower case (the trail
+// byte of a double-byte character is left alone).
 void appendFolded(std::string& out, std::string_view name) {
+  const size_t start = out.size();
+  out.append(name);
+  char* folded = out.data() + start;
   for (size_t i = 0; i < name.size();) {
     const size_t n = cp932CharLength(name, i);
-    const char c = name[i];
-    out += (n == 1 && c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
-    if (n == 2) out += name[i + 1];
+    if (n == 1 && name[i] >= 'A' && name[i] <= 'Z') folded[i] = static_cast<char>(name[i] + ('a' - 'A'));
     i += n;
   }
 }
 
-// enc(P) of the first `depth` components of `key`.
-std::string encodePath(const RegKeyPath& key, size_t depth) {
+// enc(P) of the first `depth` components of `key`, with room for `more`
+// bytes after it.
+std::string encodePath(const RegKeyPath& key, size_t depth, size_t more = 0) {
+  size_t size = more;
+  for (size_t i = 0; i < depth; ++i) size += key.components()[i].size() + 1;
   std::string out;
+  out.reserve(size);
   for (size_t i = 0; i < depth; ++i) {
     appendFolded(out, key.components()[i]);
     out += '\0';
@@ -206,14 +213,14 @@ std::string encodePath(const RegKeyPath& key) { return encodePath(key, key.compo
 
 // The child link of the component at `index` in its parent.
 std::string linkKey(const RegKeyPath& key, size_t index) {
-  std::string out = encodePath(key, index);
+  std::string out = encodePath(key, index, 1 + key.components()[index].size());
   out += kLinkTag;
   appendFolded(out, key.components()[index]);
   return out;
 }
 
 std::string valueKey(const RegKeyPath& key, std::string_view name) {
-  std::string out = encodePath(key);
+  std::string out = encodePath(key, key.components().size(), 1 + name.size());
   out += kValueTag;
   appendFolded(out, name);
   return out;
@@ -227,13 +234,21 @@ std::string encodeValue(std::string_view name, const RegValue& value) {
   return out;
 }
 
-bool decodeValue(std::string_view record, RegNamedValue* out) {
+// Splits a value record into its name and value; false when it is damaged.
+bool splitValue(std::string_view record, std::string_view* name, RegValue* value) {
   const size_t nul = record.find('\0', 4);
   if (record.size() < 4 || nul == std::string_view::npos) return false;
   RegValue type{REG_DWORD, std::string(record.substr(0, 4))};
-  type.getDword(&out->value.type);
-  out->name.assign(record.substr(4, nul - 4));
-  out->value.data.assign(record.substr(nul + 1));
+  type.getDword(&value->type);
+  *name = record.substr(4, nul - 4);
+  value->data.assign(record.substr(nul + 1));
+  return true;
+}
+
+bool decodeValue(std::string_view record, RegNamedValue* out) {
+  std::string_view name;
+  if (!splitValue(record, &name, &out->value)) return false;
+  out->name.assign(name);
   return true;
 }
 
@@ -386,13 +401,13 @@ DWORD RegTransaction::commit() {
   return rc == 0 ? ERROR_SUCCESS : mdbError(rc, true);
 }
 
-DWORD RegTransaction::get(const std::string& recordKey, std::string* data) const {
+DWORD RegTransaction::get(const std::string& recordKey, std::string_view* data) const {
   if (status_ != ERROR_SUCCESS) return status_;
   // A key too long to be stored cannot exist.
   if (txn_ == nullptr || recordKey.size() > maxKeySize_) return ERROR_FILE_NOT_FOUND;
   MDB_val k = toVal(recordKey), v;
   if (int rc = mdb_get(txn_, dbi_, &k, &v)) return mdbError(rc, write_);
-  if (data != nullptr) data->assign(fromVal(v));
+  if (data != nullptr) *data = fromVal(v);
   return ERROR_SUCCESS;
 }
 
@@ -450,7 +465,7 @@ DWORD RegTransaction::casedPath(const RegKeyPath& key, RegKeyPath* cased) const 
   if (!key.valid()) return ERROR_FILE_NOT_FOUND;
   std::string path;
   for (size_t i = 0; i < key.components().size(); ++i) {
-    std::string name;
+    std::string_view name;
     if (DWORD err = get(linkKey(key, i), &name)) return err;
     path += name;
     path += '\\';
@@ -460,12 +475,9 @@ DWORD RegTransaction::casedPath(const RegKeyPath& key, RegKeyPath* cased) const 
 }
 
 DWORD RegTransaction::getValue(const RegKeyPath& key, std::string_view name, RegValue* value) const {
-  std::string record;
+  std::string_view record, stored;
   if (DWORD err = get(valueKey(key, name), &record)) return err;
-  RegNamedValue decoded;
-  if (!decodeValue(record, &decoded)) return ERROR_BADDB;
-  *value = std::move(decoded.value);
-  return ERROR_SUCCESS;
+  return splitValue(record, &stored, value) ? ERROR_SUCCESS : ERROR_BADDB;
 }
 
 DWORD RegTransaction::enumSubkeys(const RegKeyPath& key, std::vector<std::string>* names) const {
@@ -518,7 +530,7 @@ DWORD RegTransaction::setValue(const RegKeyPath& key, std::string_view name, con
   if (DWORD err = writable()) return err;
   // A value that exists keeps the case of its name.
   const std::string recordKey = valueKey(key, name);
-  std::string record;
+  std::string_view record;
   RegNamedValue old;
   const bool exists = get(recordKey, &record) == ERROR_SUCCESS && decodeValue(record, &old);
   return put(recordKey, encodeValue(exists ? std::string_view(old.name) : name, value));

@@ -143,7 +143,8 @@ class RegTransaction {
   DWORD begin(bool create);
   // ERROR_SUCCESS when `key` exists, else why not.
   DWORD requireKey(const RegKeyPath& key) const;
-  DWORD get(const std::string& recordKey, std::string* data) const;
+  // `data` shows the stored bytes until the transaction ends or writes.
+  DWORD get(const std::string& recordKey, std::string_view* data) const;
   DWORD put(const std::string& recordKey, const std::string& data);
   DWORD del(const std::string& recordKey);
   // Calls `visit(recordKey, data)` for every record starting with `prefix`;
