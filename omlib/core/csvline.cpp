@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include <windows.h>
+#include <om/codepage.h>
 
 namespace {
 
@@ -11,7 +11,7 @@ namespace {
 template <class Visit>
 void forEachSingleByte(std::string_view text, Visit visit) {
   for (size_t i = 0; i < text.size(); ++i) {
-    if (IsDBCSLeadByte(static_cast<BYTE>(text[i]))) {
+    if (om::isCp932LeadByte(static_cast<unsigned char>(text[i]))) {
       ++i;
       continue;
     }
@@ -22,6 +22,12 @@ void forEachSingleByte(std::string_view text, Visit visit) {
 // Appends `element` to `line`, its quotes doubled, enclosed in quotes when it
 // holds a comma.
 void appendQuoted(tstring& line, const tstring& element) {
+  // Without a comma or quote byte anywhere (the usual element) there is
+  // nothing to quote, whichever bytes are double-byte characters.
+  if (element.find(',') == tstring::npos && element.find('"') == tstring::npos) {
+    line += element;
+    return;
+  }
   bool comma = false;
   bool quote = false;
   forEachSingleByte(element, [&](size_t i) {
