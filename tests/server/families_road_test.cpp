@@ -359,6 +359,30 @@ TEST_F(MibRoadTest, AWalkIsRefusedBeforeAnyRequest) {
   std::filesystem::remove(file);
 }
 
+// A walk waits for its agent on a thread of the object manager's: other
+// calls go on meanwhile. Nothing listens on the node's SNMP port (UDP 1161
+// of loopback), so the walk lasts at least one time-out.
+TEST_F(MibRoadTest, AWalkInProgressDoesNotHoldUpOtherCalls) {
+  NetworkObjectBase silent;
+  silent.setName("silent-agent");
+  silent.setObjectType(kObjectTypeNode);
+  silent.setIpAddress("127.0.0.1");
+  silent.setSnmpPort(1161);
+  ASSERT_TRUE(state_->locked([&] { return state_->tree.add(NetworkTree::physicalRootPath(), silent); }));
+  const std::string file = std::filesystem::temp_directory_path() / ("mibwalk-" + std::to_string(getpid()));
+  WbemMibNodeClient walker(services()), reader(services());
+  CComPtr<StatusSink> walking;
+  walking.Attach(new StatusSink);
+  ASSERT_TRUE(walker.DoMibWalk(file.c_str(), "silent-agent", "system", "", 1, walking));
+  CMibNode node;
+  EXPECT_TRUE(reader.GetMibNode("MibNode.NodeName=\"sysName\"", node, kAnyKind));
+  EXPECT_FALSE(walking->done()) << "the read waited for the walk";
+  walking->wait();
+  EXPECT_EQ(intAt(*walking, u"ReturnValue"), MibNodeService::kNoAnswer);
+  EXPECT_FALSE(std::filesystem::exists(file));
+  state_->locked([&] { return state_->removeObject("silent-agent"); });
+}
+
 TEST_F(MibRoadTest, NodesAreWrittenAndDeletedByName) {
   CMibNode node;
   node.setNodeName("myObject");
