@@ -2,6 +2,7 @@
 #include <errno.h>
 #include <iconv.h>
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -55,12 +56,40 @@ iconv_t descriptor(Encoding from, Encoding to) {
   return static_cast<iconv_t>(slot.get());
 }
 
+// ASCII reads the same in all three encodings, so ASCII text (the usual
+// name or key) is widened or narrowed without iconv. False, with `out`
+// untouched, when `in` holds anything else.
+bool convertAscii(Encoding from, Encoding to, std::string_view in, std::string& out) {
+  const auto ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  if (from == Encoding::kUtf16) {
+    if (in.size() % 2 != 0) return false;
+    for (size_t i = 0; i < in.size(); i += 2) {
+      if (!ascii(in[i]) || in[i + 1] != '\0') return false;
+    }
+    if (to == Encoding::kUtf16) {
+      out.assign(in);
+      return true;
+    }
+    out.resize(in.size() / 2);
+    for (size_t i = 0; i < out.size(); ++i) out[i] = in[2 * i];
+    return true;
+  }
+  if (!std::all_of(in.begin(), in.end(), ascii)) return false;
+  if (to != Encoding::kUtf16) {
+    out.assign(in);
+    return true;
+  }
+  out.assign(in.size() * 2, '\0');
+  for (size_t i = 0; i < in.size(); ++i) out[2 * i] = in[i];
+  return true;
+}
+
 // Converts `in`, putting `repl` in place of each character that cannot be
 // converted; `exact` tells whether that happened.
 std::string convert(Encoding from, Encoding to, std::string_view in, std::string_view repl, bool* exact) {
   if (exact != nullptr) *exact = true;
   std::string out;
-  if (in.empty()) return out;
+  if (in.empty() || convertAscii(from, to, in, out)) return out;
   iconv_t cd = descriptor(from, to);
   iconv(cd, nullptr, nullptr, nullptr, nullptr);
   out.resize(in.size() * 4 + 8);
