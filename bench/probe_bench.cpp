@@ -20,19 +20,14 @@
 #include <thread>
 #include <vector>
 
+#include "Median.h"
 #include "NetTopology.h"
 #include "probe/orvaping.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-double median(std::vector<double> values) {
-  if (values.empty()) return 0;
-  std::sort(values.begin(), values.end());
-  const size_t n = values.size();
-  return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
+using om::median;
 
 // Times each request from its "sendto success" line to its reply line.
 class Stopwatch : public OrvaPingListener {

@@ -21,7 +21,6 @@
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -33,11 +32,13 @@
 #include <thread>
 #include <vector>
 
+#include "Median.h"
 #include "server/snmp/SnmpEngine.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using om::median;
 using om::snmp::Oid;
 
 const Oid kSysDescr0 = {1, 3, 6, 1, 2, 1, 1, 1, 0};
@@ -203,11 +204,6 @@ double snmpgetRate(const Agent& agent, int runs) {
   const auto start = Clock::now();
   for (int i = 0; i < runs; ++i) agent.snmpget();
   return runs / secondsSince(start);
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 // Rounds of one walk each, taking turns (the first round warms the agent's

@@ -4,6 +4,7 @@
 
 #include "config/DefaultValues.h"
 #include "monitor/OidValPair.h"
+#include "server/SettingOr.h"
 #include "server/snmp/SnmpText.h"
 
 namespace om::server {
@@ -38,9 +39,9 @@ om::snmp::Target snmpTarget(const std::string& host, Community which, const std:
   DefaultValues& settings = *DefaultValues::getDefault();
   om::snmp::Target target;
   target.host = host;
-  target.port = settings.getSNMPPort() > 0 ? settings.getSNMPPort() : kSnmpPort;
+  target.port = settingOr(settings.getSNMPPort(), kSnmpPort);
   target.community = community.empty() ? settingsCommunity(settings, which) : community;
-  target.timeoutMs = (settings.getTimeoutSNMP() > 0 ? settings.getTimeoutSNMP() : 1) * 1000;
+  target.timeoutMs = settingOr(settings.getTimeoutSNMP(), 1) * 1000;
   target.retries = std::max(0, settings.getRetryCountSNMP());
   return target;
 }

@@ -24,7 +24,7 @@ using om::snmp::Target;
 using om::snmp::Varbind;
 
 // Where snmpwalk starts without an OID: mib-2.
-const char kDefaultWalkRoot[] = "1.3.6.1.2.1";
+const Oid kMib2 = {1, 3, 6, 1, 2, 1};
 
 struct SnmpCall {
   std::string sub;  // "get" or "walk"
@@ -126,7 +126,7 @@ int runSnmp(const Args& args) {
     if (const std::string unknown = readOids(call); !unknown.empty()) {
       return call.fail(unknown + ": unknown object identifier", 2);
     }
-    if (call.oids.empty()) om::snmp::parseNumericOid(kDefaultWalkRoot, call.oids.emplace_back());
+    if (call.oids.empty()) call.oids.push_back(kMib2);
     om::snmp::SnmpEngine engine;
     return sub.run(call, engine);
   }

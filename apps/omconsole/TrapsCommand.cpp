@@ -7,6 +7,7 @@
 #include "config/DefaultValues.h"
 #include "core/logdef.h"
 #include "server/NetworkServer.h"
+#include "server/SettingOr.h"
 
 namespace omconsole {
 namespace {
@@ -18,8 +19,7 @@ constexpr int kTrapPort = 162;
 
 int runTraps(ConsoleSession& session, const Args& args) {
   const SubcommandCall call{session, "traps", "", Arguments(args, {"-p"}, {})};
-  const int setting = DefaultValues::getDefault()->getSNMPTrapPort();
-  int port = setting > 0 ? setting : kTrapPort;
+  int port = settingOr(DefaultValues::getDefault()->getSNMPTrapPort(), kTrapPort);
   if (!call.args.ok() || !call.args.words().empty() || !call.args.intValue("-p", port)) return call.usage();
   if (port < 1 || port > 65535) return call.fail("-p takes a port from 1 to 65535");
   const std::string error = session.network().listenForTraps(port);

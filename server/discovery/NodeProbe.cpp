@@ -6,6 +6,7 @@
 #include "probe/icmp6ping.h"
 #include "probe/orvaping.h"
 #include "server/NetworkServer.h"
+#include "server/SettingOr.h"
 
 EchoResult echoAddress(const std::string& address, int timeoutMs, int tries) {
   OrvaPing probe(address, "");
@@ -26,8 +27,6 @@ EchoResult echo6Address(const std::string& address, int timeoutMs, int retries) 
   }
   return probe.getLastError() == IP_REQ_TIMED_OUT ? EchoResult::kSilent : EchoResult::kNotSent;
 }
-
-int settingOr(int value, int fallback) { return value > 0 ? value : fallback; }
 
 namespace {
 

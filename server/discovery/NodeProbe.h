@@ -18,9 +18,6 @@ EchoResult echoAddress(const std::string& address, int timeoutMs, int tries);
 // in answer counts as silent; kNotSent when no request could be sent.
 EchoResult echo6Address(const std::string& address, int timeoutMs, int retries);
 
-// A positive setting, or `fallback`.
-int settingOr(int value, int fallback);
-
 // Echoes the node's first IPv4 address ("RetryCountPollingForPing" requests,
 // each waiting "TimeoutPollingForPing" seconds) or, when it has none, its
 // first IPv6 address ("RetryCountPollingForPing6" retries, each waiting

@@ -8,6 +8,7 @@
 
 #include "config/DefaultValues.h"
 #include "server/NetworkServer.h"
+#include "server/SettingOr.h"
 
 namespace {
 
