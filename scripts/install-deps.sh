@@ -10,6 +10,8 @@ packages=(
   liblmdb-dev
   libsnmp-dev snmpd snmp
   iputils-ping traceroute fping iproute2 util-linux
+  libmicrohttpd-dev libcurl4-gnutls-dev libpugixml-dev libgnutls28-dev
+  libpam0g-dev libsystemd-dev libpam-pwdfile sblim-wbemcli
 )
 
 missing=()
