@@ -52,14 +52,6 @@ bool canCreateOrWrite(const std::string& dir) {
   return access(parent.empty() ? "/" : parent.c_str(), W_OK) == 0;
 }
 
-std::string machineHome() {
-  std::string home = envVar("OMLIB_HOME");
-  if (!home.empty()) return home;
-  static const char kSystemHome[] = "/var/lib/omlib";
-  if (canCreateOrWrite(kSystemHome)) return kSystemHome;
-  return xdgDirectory("XDG_DATA_HOME", ".local/share") + "/omlib";
-}
-
 // ---- Environments -----------------------------------------------------------
 
 DWORD mdbError(int rc, bool writing) {
@@ -256,6 +248,14 @@ MDB_val toVal(std::string_view s) { return MDB_val{s.size(), const_cast<char*>(s
 std::string_view fromVal(const MDB_val& v) { return std::string_view(static_cast<const char*>(v.mv_data), v.mv_size); }
 
 }  // namespace
+
+std::string machineHome() {
+  std::string home = envVar("OMLIB_HOME");
+  if (!home.empty()) return home;
+  static const char kSystemHome[] = "/var/lib/omlib";
+  if (canCreateOrWrite(kSystemHome)) return kSystemHome;
+  return xdgDirectory("XDG_DATA_HOME", ".local/share") + "/omlib";
+}
 
 // ---- Hives ------------------------------------------------------------------
 

@@ -55,6 +55,11 @@ std::u16string ManagerCore::existingNamespace(std::u16string_view path) const {
   return repository_.namespaceName(ClassRepository::normalizeNamespace(path));
 }
 
+HRESULT ManagerCore::findNamespace(std::u16string_view path, std::u16string* stored) {
+  *stored = existingNamespace(path);
+  return stored->empty() ? WBEM_E_INVALID_NAMESPACE : WBEM_S_NO_ERROR;
+}
+
 // ---- Hosting ---------------------------------------------------------------------------
 
 HRESULT ManagerCore::loadMof(const char* path, const char* text) {

@@ -31,6 +31,7 @@
 #include "EventHub.h"
 #include "InstanceStore.h"
 #include "ObjectPath.h"
+#include "ServiceOperations.h"
 #include "WorkerPool.h"
 #include "Wql.h"
 
@@ -51,7 +52,7 @@ std::shared_ptr<const WqlQuery> parseQueryFor(const Call& call, const ClassRepos
                                               const std::u16string& language, const std::u16string& text,
                                               ClassPtr* cls);
 
-class ManagerCore {
+class ManagerCore final : public ServiceOperations {
  public:
   // The process's core, created on first use and never destroyed.
   static ManagerCore& instance();
@@ -87,18 +88,20 @@ class ManagerCore {
   // way.
   HRESULT cancel(IWbemObjectSink* sink);
 
-  // ---- Operations ----
-  void getObject(const Call& call, const std::u16string& path);
-  void putInstance(const Call& call, IWbemClassObject* instance);
-  void deleteInstance(const Call& call, const std::u16string& path);
-  void createInstanceEnum(const Call& call, const std::u16string& className);
-  void execQuery(const Call& call, const std::u16string& language, const std::u16string& query);
-  void execMethod(const Call& call, const std::u16string& path, const std::u16string& method, IWbemClassObject* in);
-  // Subscribes the call's sink; the call stays open until cancelled.
-  void execNotificationQuery(const Call& call, const std::u16string& language, const std::u16string& query);
-  void putClass(const Call& call, IWbemClassObject* object);
-  void deleteClass(const Call& call, const std::u16string& className);
-  void createClassEnum(const Call& call, const std::u16string& superclass);
+  // ---- Operations (ServiceOperations) ----
+  HRESULT findNamespace(std::u16string_view path, std::u16string* stored) override;
+  void getObject(const Call& call, const std::u16string& path) override;
+  void putInstance(const Call& call, IWbemClassObject* instance) override;
+  void deleteInstance(const Call& call, const std::u16string& path) override;
+  void createInstanceEnum(const Call& call, const std::u16string& className) override;
+  void execQuery(const Call& call, const std::u16string& language, const std::u16string& query) override;
+  void execMethod(const Call& call, const std::u16string& path, const std::u16string& method,
+                  IWbemClassObject* in) override;
+  void execNotificationQuery(const Call& call, const std::u16string& language,
+                             const std::u16string& query) override;
+  void putClass(const Call& call, IWbemClassObject* object) override;
+  void deleteClass(const Call& call, const std::u16string& className) override;
+  void createClassEnum(const Call& call, const std::u16string& superclass) override;
 
  private:
   // Who serves the instances of a class.
@@ -110,7 +113,7 @@ class ManagerCore {
   };
 
   ManagerCore();
-  ~ManagerCore() = default;
+  ~ManagerCore() override = default;
 
   void createInitialNamespaces();
   Source sourceFor(std::u16string_view nameSpace, const CimClass& cls) const;

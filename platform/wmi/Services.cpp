@@ -66,10 +66,11 @@ HRESULT Services::OpenNamespace(const BSTR strNamespace, long lFlags, IWbemConte
   splitNamespacePath(bstrView(strNamespace), &server, &path);
   if (!server.empty() && !isLocalServer(server)) return WBEM_E_TRANSPORT_FAILURE;
   // A path with a server is absolute; any other is below this namespace.
-  const std::u16string ns = core_.existingNamespace(server.empty() ? nameSpace_ + u"\\" + path : path);
-  if (ns.empty()) return WBEM_E_INVALID_NAMESPACE;
+  std::u16string ns;
+  const HRESULT found = ops_->findNamespace(server.empty() ? nameSpace_ + u"\\" + path : path, &ns);
+  if (FAILED(found)) return found;
   CComPtr<IWbemServices> opened;
-  opened.Attach(new (std::nothrow) Services(core_, ns));
+  opened.Attach(new (std::nothrow) Services(core_, ops_, ns));
   if (opened == nullptr) return WBEM_E_OUT_OF_MEMORY;
   if (ppResult != nullptr) {
     CComPtr<ResultSink> done;
@@ -87,6 +88,9 @@ HRESULT Services::CancelAsyncCall(IWbemObjectSink* pSink) { return core_.cancel(
 
 HRESULT Services::QueryObjectSink(long, IWbemObjectSink** ppResponseHandler) {
   if (ppResponseHandler == nullptr) return WBEM_E_INVALID_PARAMETER;
+  *ppResponseHandler = nullptr;
+  // Events are fired only into the manager of this process.
+  if (ops_.get() != static_cast<ServiceOperations*>(&core_)) return WBEM_E_NOT_SUPPORTED;
   *ppResponseHandler = new (std::nothrow) EventSink(core_, nameSpace_);
   return *ppResponseHandler == nullptr ? WBEM_E_OUT_OF_MEMORY : WBEM_S_NO_ERROR;
 }
@@ -98,7 +102,7 @@ HRESULT Services::GetObject(const BSTR strObjectPath, long lFlags, IWbemContext*
   if (SyncCall::lacksCallResult(lFlags, ppCallResult)) return WBEM_E_INVALID_PARAMETER;
   const std::u16string path = textOf(strObjectPath);
   SyncCall call(core_, nameSpace_, u"GetObject", path, lFlags, pCtx);
-  call.run([&](const Call& c) { core_.getObject(c, path); });
+  call.run([&](const Call& c) { ops_->getObject(c, path); });
   return call.object(ppObject, ppCallResult);
 }
 
@@ -106,14 +110,14 @@ HRESULT Services::GetObjectAsync(const BSTR strObjectPath, long lFlags, IWbemCon
                                  IWbemObjectSink* pResponseHandler) {
   const std::u16string path = textOf(strObjectPath);
   return async(u"GetObject", path, lFlags, pCtx, pResponseHandler,
-               [core = &core_, path](const Call& c) { core->getObject(c, path); });
+               [ops = ops_, path](const Call& c) { ops->getObject(c, path); });
 }
 
 HRESULT Services::PutInstance(IWbemClassObject* pInst, long lFlags, IWbemContext* pCtx,
                               IWbemCallResult** ppCallResult) {
   if (pInst == nullptr || SyncCall::lacksCallResult(lFlags, ppCallResult)) return WBEM_E_INVALID_PARAMETER;
   SyncCall call(core_, nameSpace_, u"PutInstance", u"", lFlags, pCtx);
-  call.run([&](const Call& c) { core_.putInstance(c, pInst); });
+  call.run([&](const Call& c) { ops_->putInstance(c, pInst); });
   return call.done(ppCallResult);
 }
 
@@ -122,7 +126,7 @@ HRESULT Services::PutInstanceAsync(IWbemClassObject* pInst, long lFlags, IWbemCo
   if (pInst == nullptr) return WBEM_E_INVALID_PARAMETER;
   const CComPtr<IWbemClassObject> instance = copyOf(pInst);
   return async(u"PutInstance", u"", lFlags, pCtx, pResponseHandler,
-               [core = &core_, instance](const Call& c) { core->putInstance(c, instance); });
+               [ops = ops_, instance](const Call& c) { ops->putInstance(c, instance); });
 }
 
 HRESULT Services::DeleteInstance(const BSTR strObjectPath, long lFlags, IWbemContext* pCtx,
@@ -130,7 +134,7 @@ HRESULT Services::DeleteInstance(const BSTR strObjectPath, long lFlags, IWbemCon
   if (SyncCall::lacksCallResult(lFlags, ppCallResult)) return WBEM_E_INVALID_PARAMETER;
   const std::u16string path = textOf(strObjectPath);
   SyncCall call(core_, nameSpace_, u"DeleteInstance", path, lFlags, pCtx);
-  call.run([&](const Call& c) { core_.deleteInstance(c, path); });
+  call.run([&](const Call& c) { ops_->deleteInstance(c, path); });
   return call.done(ppCallResult);
 }
 
@@ -138,7 +142,7 @@ HRESULT Services::DeleteInstanceAsync(const BSTR strObjectPath, long lFlags, IWb
                                       IWbemObjectSink* pResponseHandler) {
   const std::u16string path = textOf(strObjectPath);
   return async(u"DeleteInstance", path, lFlags, pCtx, pResponseHandler,
-               [core = &core_, path](const Call& c) { core->deleteInstance(c, path); });
+               [ops = ops_, path](const Call& c) { ops->deleteInstance(c, path); });
 }
 
 HRESULT Services::CreateInstanceEnum(const BSTR strFilter, long lFlags, IWbemContext* pCtx,
@@ -146,7 +150,7 @@ HRESULT Services::CreateInstanceEnum(const BSTR strFilter, long lFlags, IWbemCon
   if (ppEnum == nullptr) return WBEM_E_INVALID_PARAMETER;
   const std::u16string className = textOf(strFilter);
   SyncCall call(core_, nameSpace_, u"CreateInstanceEnum", className, lFlags, pCtx);
-  call.run([&](const Call& c) { core_.createInstanceEnum(c, className); });
+  call.run([&](const Call& c) { ops_->createInstanceEnum(c, className); });
   return call.enumerator(ppEnum);
 }
 
@@ -154,7 +158,7 @@ HRESULT Services::CreateInstanceEnumAsync(const BSTR strFilter, long lFlags, IWb
                                           IWbemObjectSink* pResponseHandler) {
   const std::u16string className = textOf(strFilter);
   return async(u"CreateInstanceEnum", className, lFlags, pCtx, pResponseHandler,
-               [core = &core_, className](const Call& c) { core->createInstanceEnum(c, className); });
+               [ops = ops_, className](const Call& c) { ops->createInstanceEnum(c, className); });
 }
 
 HRESULT Services::ExecQuery(const BSTR strQueryLanguage, const BSTR strQuery, long lFlags, IWbemContext* pCtx,
@@ -163,7 +167,7 @@ HRESULT Services::ExecQuery(const BSTR strQueryLanguage, const BSTR strQuery, lo
   const std::u16string language = textOf(strQueryLanguage);
   const std::u16string query = textOf(strQuery);
   SyncCall call(core_, nameSpace_, u"ExecQuery", query, lFlags, pCtx);
-  call.run([&](const Call& c) { core_.execQuery(c, language, query); });
+  call.run([&](const Call& c) { ops_->execQuery(c, language, query); });
   return call.enumerator(ppEnum);
 }
 
@@ -172,7 +176,7 @@ HRESULT Services::ExecQueryAsync(const BSTR strQueryLanguage, const BSTR strQuer
   const std::u16string language = textOf(strQueryLanguage);
   const std::u16string query = textOf(strQuery);
   return async(u"ExecQuery", query, lFlags, pCtx, pResponseHandler,
-               [core = &core_, language, query](const Call& c) { core->execQuery(c, language, query); });
+               [ops = ops_, language, query](const Call& c) { ops->execQuery(c, language, query); });
 }
 
 // ---- Events ------------------------------------------------------------------------------
@@ -185,7 +189,7 @@ HRESULT Services::ExecNotificationQuery(const BSTR strQueryLanguage, const BSTR 
   const std::u16string language = textOf(strQueryLanguage);
   const std::u16string query = textOf(strQuery);
   SyncCall call(core_, nameSpace_, u"ExecNotificationQuery", query, lFlags, pCtx, true);
-  call.run([&](const Call& c) { core_.execNotificationQuery(c, language, query); });
+  call.run([&](const Call& c) { ops_->execNotificationQuery(c, language, query); });
   return call.enumerator(ppEnum, true);
 }
 
@@ -197,7 +201,7 @@ HRESULT Services::ExecNotificationQueryAsync(const BSTR strQueryLanguage, const 
   // a refused query ends the call through the sink as usual.
   const Call call =
       core_.newCall(nameSpace_, u"ExecNotificationQuery", query, lFlags, pCtx, pResponseHandler, true);
-  core_.execNotificationQuery(call, textOf(strQueryLanguage), query);
+  ops_->execNotificationQuery(call, textOf(strQueryLanguage), query);
   return WBEM_S_NO_ERROR;
 }
 
@@ -210,7 +214,7 @@ HRESULT Services::ExecMethod(const BSTR strObjectPath, const BSTR strMethodName,
   const std::u16string path = textOf(strObjectPath);
   const std::u16string method = textOf(strMethodName);
   SyncCall call(core_, nameSpace_, u"ExecMethod", path, lFlags, pCtx);
-  call.run([&](const Call& c) { core_.execMethod(c, path, method, pInParams); });
+  call.run([&](const Call& c) { ops_->execMethod(c, path, method, pInParams); });
   return call.object(ppOutParams, ppCallResult);
 }
 
@@ -220,7 +224,7 @@ HRESULT Services::ExecMethodAsync(const BSTR strObjectPath, const BSTR strMethod
   const std::u16string method = textOf(strMethodName);
   const CComPtr<IWbemClassObject> in = copyOf(pInParams);
   return async(u"ExecMethod", path, lFlags, pCtx, pResponseHandler,
-               [core = &core_, path, method, in](const Call& c) { core->execMethod(c, path, method, in); });
+               [ops = ops_, path, method, in](const Call& c) { ops->execMethod(c, path, method, in); });
 }
 
 // ---- Classes -----------------------------------------------------------------------------
@@ -229,7 +233,7 @@ HRESULT Services::PutClass(IWbemClassObject* pObject, long lFlags, IWbemContext*
                            IWbemCallResult** ppCallResult) {
   if (pObject == nullptr || SyncCall::lacksCallResult(lFlags, ppCallResult)) return WBEM_E_INVALID_PARAMETER;
   SyncCall call(core_, nameSpace_, u"PutClass", u"", lFlags, pCtx);
-  call.run([&](const Call& c) { core_.putClass(c, pObject); });
+  call.run([&](const Call& c) { ops_->putClass(c, pObject); });
   return call.done(ppCallResult);
 }
 
@@ -238,14 +242,14 @@ HRESULT Services::PutClassAsync(IWbemClassObject* pObject, long lFlags, IWbemCon
   if (pObject == nullptr) return WBEM_E_INVALID_PARAMETER;
   const CComPtr<IWbemClassObject> object = copyOf(pObject);
   return async(u"PutClass", u"", lFlags, pCtx, pResponseHandler,
-               [core = &core_, object](const Call& c) { core->putClass(c, object); });
+               [ops = ops_, object](const Call& c) { ops->putClass(c, object); });
 }
 
 HRESULT Services::DeleteClass(const BSTR strClass, long lFlags, IWbemContext* pCtx, IWbemCallResult** ppCallResult) {
   if (SyncCall::lacksCallResult(lFlags, ppCallResult)) return WBEM_E_INVALID_PARAMETER;
   const std::u16string className = textOf(strClass);
   SyncCall call(core_, nameSpace_, u"DeleteClass", className, lFlags, pCtx);
-  call.run([&](const Call& c) { core_.deleteClass(c, className); });
+  call.run([&](const Call& c) { ops_->deleteClass(c, className); });
   return call.done(ppCallResult);
 }
 
@@ -253,7 +257,7 @@ HRESULT Services::DeleteClassAsync(const BSTR strClass, long lFlags, IWbemContex
                                    IWbemObjectSink* pResponseHandler) {
   const std::u16string className = textOf(strClass);
   return async(u"DeleteClass", className, lFlags, pCtx, pResponseHandler,
-               [core = &core_, className](const Call& c) { core->deleteClass(c, className); });
+               [ops = ops_, className](const Call& c) { ops->deleteClass(c, className); });
 }
 
 HRESULT Services::CreateClassEnum(const BSTR strSuperclass, long lFlags, IWbemContext* pCtx,
@@ -261,7 +265,7 @@ HRESULT Services::CreateClassEnum(const BSTR strSuperclass, long lFlags, IWbemCo
   if (ppEnum == nullptr) return WBEM_E_INVALID_PARAMETER;
   const std::u16string superclass = textOf(strSuperclass);
   SyncCall call(core_, nameSpace_, u"CreateClassEnum", superclass, lFlags, pCtx);
-  call.run([&](const Call& c) { core_.createClassEnum(c, superclass); });
+  call.run([&](const Call& c) { ops_->createClassEnum(c, superclass); });
   return call.enumerator(ppEnum);
 }
 
@@ -269,7 +273,7 @@ HRESULT Services::CreateClassEnumAsync(const BSTR strSuperclass, long lFlags, IW
                                        IWbemObjectSink* pResponseHandler) {
   const std::u16string superclass = textOf(strSuperclass);
   return async(u"CreateClassEnum", superclass, lFlags, pCtx, pResponseHandler,
-               [core = &core_, superclass](const Call& c) { core->createClassEnum(c, superclass); });
+               [ops = ops_, superclass](const Call& c) { ops->createClassEnum(c, superclass); });
 }
 
 }  // namespace om::wmi

@@ -1,11 +1,13 @@
-// IWbemServices of one namespace of the object manager. Services objects are
-// proxies (CoSetProxyBlanket keeps a blanket on them); each call goes to the
-// manager's core: synchronous ones on the caller's thread, asynchronous ones
-// on the manager's workers.
+// IWbemServices of one namespace, of the object manager in this process or
+// of another server's. Services objects are proxies (CoSetProxyBlanket keeps
+// a blanket on them); each call becomes one of the ServiceOperations:
+// synchronous ones on the caller's thread, asynchronous ones on the
+// manager's workers.
 #ifndef OM_PLATFORM_WMI_SERVICES_H_
 #define OM_PLATFORM_WMI_SERVICES_H_
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include <wbemcli.h>
@@ -15,13 +17,20 @@
 
 #include "Call.h"
 #include "ObjectManagerCore.h"
+#include "ServiceOperations.h"
 
 namespace om::wmi {
 
 class Services final : public om::ComObject<IWbemServices, om::ProxyBlanketHolder> {
  public:
-  // `nameSpace` must exist, spelled as stored.
-  Services(ManagerCore& core, std::u16string nameSpace) : core_(core), nameSpace_(std::move(nameSpace)) {}
+  // The namespace `nameSpace` of the manager in this process; it must exist,
+  // spelled as stored.
+  Services(ManagerCore& core, std::u16string nameSpace)
+      : Services(core, std::shared_ptr<ServiceOperations>(&core, [](ServiceOperations*) {}), std::move(nameSpace)) {}
+  // A namespace served by `operations` (another server's manager); `core`
+  // runs the calls' sinks and asynchronous work in this process.
+  Services(ManagerCore& core, std::shared_ptr<ServiceOperations> operations, std::u16string nameSpace)
+      : core_(core), ops_(std::move(operations)), nameSpace_(std::move(nameSpace)) {}
 
   HRESULT STDMETHODCALLTYPE OpenNamespace(const BSTR strNamespace, long lFlags, IWbemContext* pCtx,
                                           IWbemServices** ppWorkingNamespace, IWbemCallResult** ppResult) override;
@@ -79,6 +88,9 @@ class Services final : public om::ComObject<IWbemServices, om::ProxyBlanketHolde
                 IWbemObjectSink* sink, Operation work);
 
   ManagerCore& core_;
+  // Shared with the asynchronous operations under way, which may outlive
+  // this object.
+  const std::shared_ptr<ServiceOperations> ops_;
   const std::u16string nameSpace_;
 };
 

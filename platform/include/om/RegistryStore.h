@@ -64,6 +64,10 @@ const char* regHiveName(RegHive hive);
 std::optional<RegHive> parseRegHiveName(std::string_view name);
 // The store directory of `hive`, from the environment as it is now.
 std::string regStoreDirectory(RegHive hive);
+// The machine's home of omlib's files: $OMLIB_HOME, else /var/lib/omlib when
+// that can be created or written, else $XDG_DATA_HOME/omlib. The registry,
+// the server's socket (run/) and its certificate (tls/) live under it.
+std::string machineHome();
 // A short English description of a Win32 error code that the store reports.
 std::string regErrorText(DWORD error);
 
