@@ -1,16 +1,15 @@
 #include "MofCompiler.h"
 
 #include <charconv>
-#include <cstdint>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <utility>
 
 #include "CimObject.h"
 #include "CimType.h"
+#include "ClassDeclarations.h"
+#include "Literals.h"
 #include "MofParser.h"
-#include "SystemClasses.h"
 #include "Text.h"
 
 namespace om::wmi {
@@ -162,7 +161,7 @@ class Compiler {
       case MofValue::Kind::kChar: textVariant(v.text, out); return S_OK;
       case MofValue::Kind::kInteger: {
         CComVariant number;
-        if (FAILED(integerVariant(v.text, &number))) return WBEM_E_INVALID_QUALIFIER_TYPE;
+        if (FAILED(integerLiteral(v.text, &number))) return WBEM_E_INVALID_QUALIFIER_TYPE;
         if (SUCCEEDED(VariantChangeType(out, &number, 0, VT_I4))) return S_OK;
         return SUCCEEDED(VariantChangeType(out, &number, 0, VT_R8)) ? S_OK : WBEM_E_INVALID_QUALIFIER_TYPE;
       }
@@ -222,30 +221,6 @@ class Compiler {
 
   // ---- values ----
 
-  static HRESULT integerVariant(std::u16string_view text, VARIANT* out) {
-    std::string ascii(text.begin(), text.end());
-    const bool negative = !ascii.empty() && ascii[0] == '-';
-    if (!ascii.empty() && (ascii[0] == '-' || ascii[0] == '+')) ascii.erase(0, 1);
-    int base = 10;
-    if (ascii.size() > 2 && ascii[0] == '0' && (ascii[1] == 'x' || ascii[1] == 'X')) {
-      ascii.erase(0, 2);
-      base = 16;
-    }
-    uint64_t magnitude = 0;
-    const auto [end, ec] = std::from_chars(ascii.data(), ascii.data() + ascii.size(), magnitude, base);
-    if (ec != std::errc() || end != ascii.data() + ascii.size()) return WBEM_E_TYPE_MISMATCH;
-    VariantInit(out);
-    if (!negative) {
-      out->vt = VT_UI8;
-      out->ullVal = magnitude;
-      return S_OK;
-    }
-    if (magnitude > 9223372036854775808u) return WBEM_E_TYPE_MISMATCH;
-    out->vt = VT_I8;
-    out->llVal = magnitude == 9223372036854775808u ? INT64_MIN : -static_cast<int64_t>(magnitude);
-    return S_OK;
-  }
-
   static HRESULT realVariant(std::u16string_view text, VARIANT* out) {
     std::string ascii(text.begin(), text.end());
     if (!ascii.empty() && ascii[0] == '+') ascii.erase(0, 1);
@@ -280,7 +255,7 @@ class Compiler {
         return S_OK;
       case MofValue::Kind::kInteger:
         if (!integer && !real && type != CIM_CHAR16) return WBEM_E_TYPE_MISMATCH;
-        return integerVariant(v.text, out);
+        return integerLiteral(v.text, out);
       case MofValue::Kind::kReal:
         if (!real) return WBEM_E_TYPE_MISMATCH;
         return realVariant(v.text, out);
@@ -349,14 +324,8 @@ class Compiler {
       base = CIM_OBJECT;
       *refClass = decl.name;
     }
-    const std::u16string embedded = q.text(u"EmbeddedInstance");
-    if (!embedded.empty()) {
-      if (base != CIM_STRING && base != CIM_OBJECT) return WBEM_E_INVALID_PROPERTY_TYPE;
-      base = CIM_OBJECT;
-      *refClass = embedded;
-    } else if (q.isSet(u"EmbeddedObject") && base == CIM_STRING) {
-      base = CIM_OBJECT;
-    }
+    const HRESULT hr = applyEmbeddingQualifiers(q, &base, refClass);
+    if (FAILED(hr)) return hr;
     *type = isArray ? (base | CIM_FLAG_ARRAY) : base;
     return S_OK;
   }
@@ -385,35 +354,25 @@ class Compiler {
     HRESULT hr = qualifiers(decl.qualifiers, &out->qualifiers);
     if (FAILED(hr)) return hr;
     out->name = decl.name;
-    auto in = std::make_shared<CimClass>(u"__PARAMETERS");
-    auto outParams = std::make_shared<CimClass>(u"__PARAMETERS");
+    PropertyDef ret;
     if (!equalsNoCase(decl.returnType.name, u"void")) {
-      PropertyDef ret;
       hr = propertyType(decl.returnType, false, QualifierList(), &ret.type, &ret.refClass);
       if (FAILED(hr)) return fail(hr, decl.line, "invalid return type of " + quote(decl.name));
-      ret = makeProperty(u"ReturnValue", ret.type, ret.refClass);
-      ret.qualifiers.setFlag(u"out");
-      out->returnType = ret.type;
-      outParams->addProperty(std::move(ret));
     }
+    std::vector<PropertyDef> parameters(decl.parameters.size());
     for (size_t i = 0; i < decl.parameters.size(); ++i) {
-      const MofPropertyDecl& p = decl.parameters[i];
-      PropertyDef param;
-      hr = propertyDef(p, &param);
+      hr = propertyDef(decl.parameters[i], &parameters[i]);
       if (FAILED(hr)) return hr;
-      param.qualifiers.set(u"ID", CComVariant(static_cast<int>(i)));
-      const bool isOut = param.qualifiers.isSet(u"out");
-      const bool isIn = param.qualifiers.isSet(u"in") || !isOut;
-      if (equalsNoCase(param.name, u"ReturnValue") && isOut) {
-        return fail(WBEM_E_PARAMETER_ID_ON_RETVAL, p.line, "a parameter cannot be named ReturnValue");
-      }
-      if ((isIn && FAILED(hr = in->addProperty(param))) || (isOut && FAILED(hr = outParams->addProperty(param)))) {
-        return fail(hr == WBEM_E_ALREADY_EXISTS ? WBEM_E_INVALID_DUPLICATE_PARAMETER : hr, p.line,
-                    "parameter " + quote(p.name) + " declared twice");
-      }
     }
-    if (!in->properties().empty()) out->in = std::move(in);
-    if (!outParams->properties().empty()) out->out = std::move(outParams);
+    size_t failed = 0;
+    hr = buildMethodSignature(ret.type, ret.refClass, std::move(parameters), out, &failed);
+    if (hr == WBEM_E_PARAMETER_ID_ON_RETVAL) {
+      return fail(hr, decl.parameters[failed].line, "a parameter cannot be named ReturnValue");
+    }
+    if (FAILED(hr)) {
+      const MofPropertyDecl& parameter = decl.parameters[failed];
+      return fail(hr, parameter.line, "parameter " + quote(parameter.name) + " declared twice");
+    }
     return S_OK;
   }
 

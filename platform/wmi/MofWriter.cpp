@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
-#include <map>
 #include <string>
 
 #include "CimObject.h"
 #include "CimType.h"
+#include "ClassDeclarations.h"
 #include "Text.h"
 
 namespace om::wmi {
@@ -149,35 +149,8 @@ std::u16string propertyText(const PropertyDef& p) {
 
 // The parameters of a method, [in] and [out] merged by name, in ID order.
 std::u16string parametersText(const MethodDef& m) {
-  struct Param {
-    const PropertyDef* def = nullptr;
-    bool in = false;
-    bool out = false;
-    long id = 0;
-  };
-  std::map<std::u16string, Param, NoCaseLess> byName;
-  std::vector<std::u16string> order;
-  const auto add = [&](const ClassPtr& signature, bool isIn) {
-    if (signature == nullptr) return;
-    for (const PropertyDef& p : signature->properties()) {
-      if (!isIn && equalsNoCase(p.name, u"ReturnValue")) continue;
-      Param& param = byName[p.name];
-      if (param.def == nullptr) {
-        param.def = &p;
-        order.push_back(p.name);
-        const Qualifier* id = p.qualifiers.find(u"ID");
-        param.id = id != nullptr && id->value.vt == VT_I4 ? id->value.lVal : static_cast<long>(order.size()) + 10000;
-      }
-      (isIn ? param.in : param.out) = true;
-    }
-  };
-  add(m.in, true);
-  add(m.out, false);
-  std::stable_sort(order.begin(), order.end(),
-                   [&](const std::u16string& a, const std::u16string& b) { return byName[a].id < byName[b].id; });
   std::u16string out;
-  for (const std::u16string& name : order) {
-    const Param& param = byName[name];
+  for (const MethodParameter& param : methodParameters(m)) {
     const std::u16string direction = param.in && param.out ? u"in, out" : param.in ? u"in" : u"out";
     if (!out.empty()) out += u", ";
     out += qualifiersText(param.def->qualifiers, {u"CIMTYPE", u"ID", u"in", u"out"}, direction) +
