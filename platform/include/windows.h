@@ -146,6 +146,10 @@ typedef HWND__* HWND;
 #define E_HANDLE ((HRESULT)0x80070006L)
 #define E_OUTOFMEMORY ((HRESULT)0x8007000EL)
 #define E_INVALIDARG ((HRESULT)0x80070057L)
+// A TLS peer that broke the handshake, and a certificate that does not
+// verify.
+#define SEC_E_ILLEGAL_MESSAGE ((HRESULT)0x80090326L)
+#define CERT_E_UNTRUSTEDROOT ((HRESULT)0x800B0109L)
 
 // ---- Win32 error codes (GetLastError) ---------------------------------------
 
@@ -173,6 +177,7 @@ typedef HWND__* HWND;
 #define ERROR_NO_UNICODE_TRANSLATION 1113L
 #define ERROR_RESOURCE_NAME_NOT_FOUND 1814L
 #define ERROR_TIMEOUT 1460L
+#define RPC_S_SERVER_UNAVAILABLE 1722L
 #define ERROR_BADDB 1009L
 #define ERROR_BADKEY 1010L
 #define ERROR_CANTREAD 1012L

@@ -39,7 +39,11 @@ class EventHub {
   void fire(std::u16string_view nameSpace, const CimClass& eventClass, IWbemClassObject* event);
 
   void setQueueLimit(std::size_t limit) { limit_ = limit == 0 ? 1 : limit; }
+  std::size_t queueLimit() const { return limit_; }
   std::uint64_t dropped() const { return dropped_; }
+  // Counts events dropped by queues outside the hub (the daemon's queues of
+  // remote subscribers), so that one count covers every subscriber.
+  void countDropped() { ++dropped_; }
   // Forgets every subscription (their calls are cancelled elsewhere) and
   // resets the count of dropped events.
   void clear();

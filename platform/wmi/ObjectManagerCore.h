@@ -66,7 +66,9 @@ class ManagerCore final : public ServiceOperations {
   HRESULT unregisterProvider(std::u16string_view nameSpace, std::u16string_view className);
   HRESULT fireEvent(std::u16string_view nameSpace, IWbemClassObject* event);
   void setEventQueueLimit(std::size_t limit) { events_.setQueueLimit(limit); }
+  std::size_t eventQueueLimit() const { return events_.queueLimit(); }
   std::uint64_t droppedEventCount() const { return events_.dropped(); }
+  void countDroppedEvent() { events_.countDropped(); }
   void shutdown();
 
   // ---- Calls ----
