@@ -50,6 +50,8 @@ void configStatus();
 
 int runArchive(const Args& args);
 
+int runServer(const Args& args);
+
 int runSubtypes(const Args& args);
 void subtypesStatus();
 

@@ -25,21 +25,46 @@ bool ConsoleSession::open() {
   return state_ == State::kOpen;
 }
 
+namespace {
+
+ServerChoice& chosenServer() {
+  static ServerChoice choice = ServerChoice::choose("", "");
+  return choice;
+}
+
+}  // namespace
+
+void ConsoleSession::useServer(ServerChoice choice) { chosenServer() = std::move(choice); }
+
+const ServerChoice& ConsoleSession::server() { return chosenServer(); }
+
 std::string ConsoleSession::start() {
   connection_ = std::make_unique<WbemConnect>();
   if (!connection_->initializeCom(0, 0)) return "COM cannot be started: " + statusName(connection_->getErrorCode());
-  network_ = std::make_shared<NetworkServer>();
-  addLocalNetwork(*network_);
-  network_->loadMib(om::server::mibFolders());
-  server_ = std::make_unique<EmbeddedServer>(network_);
-  const HRESULT started = server_->start();
-  if (FAILED(started)) return "the embedded server cannot start: " + statusName(started);
-  if (!connection_->connectServer(".", "", "", "")) {
+  const ServerChoice& choice = server();
+  if (choice.kind == ServerChoice::Kind::kEmbedded) {
+    const std::string failure = startEmbedded();
+    if (!failure.empty()) return failure;
+  }
+  const bool remote = choice.kind == ServerChoice::Kind::kRemote;
+  const std::string user = remote ? choice.user : "";
+  const std::string password = remote ? serverPassword(choice) : "";
+  if (!connection_->connectServer(remote ? om::utf8ToCp932(choice.host) : ".", om::utf8ToCp932(user),
+                                  om::utf8ToCp932(password), "")) {
     tstring message;
     connection_->formatErrorMessage(message, WbemConnect::IDS_CONNECT_ERROR);
     return om::cp932ToUtf8(message);
   }
   return "";
+}
+
+std::string ConsoleSession::startEmbedded() {
+  network_ = std::make_shared<NetworkServer>();
+  addLocalNetwork(*network_);
+  network_->loadMib(om::server::mibFolders());
+  server_ = std::make_unique<EmbeddedServer>(network_);
+  const HRESULT started = server_->start();
+  return FAILED(started) ? "the embedded server cannot start: " + statusName(started) : "";
 }
 
 IWbemServices* ConsoleSession::services() const { return connection_->getServices(); }

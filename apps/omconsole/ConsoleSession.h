@@ -1,6 +1,7 @@
-// ConsoleSession: what the commands that go through the server share: COM,
-// the embedded server over this machine's network and the system MIB tree,
-// and the console's connection to ".". It opens on first need and, when it
+// ConsoleSession: what the commands that go through the server share: COM
+// and the console's connection to its server (ServerChoice): another host's
+// daemon, the local daemon, or a server embedded in this process over this
+// machine's network and the system MIB tree. It opens on first need and, when it
 // goes, runs its closing steps (last added first) and then tears the rest
 // down in order. One command uses it, or every line of a shell.
 #ifndef OM_APPS_OMCONSOLE_CONSOLESESSION_H_
@@ -12,6 +13,8 @@
 #include <vector>
 
 #include <wbemcli.h>
+
+#include "ServerChoice.h"
 
 class EmbeddedServer;
 class WbemConnect;
@@ -33,8 +36,12 @@ class ConsoleSession {
   bool open();
   // The connection's services; open() must have succeeded.
   IWbemServices* services() const;
-  // The embedded server's network; open() must have succeeded.
-  NetworkServer& network() const { return *network_; }
+  // The embedded server's network, or null when the server is another
+  // process; open() must have succeeded.
+  NetworkServer* network() const { return network_.get(); }
+  // The server that sessions of this process reach (set once, by main).
+  static void useServer(ServerChoice choice);
+  static const ServerChoice& server();
   bool shared() const { return shared_; }
   // Adds a step to run before the session is torn down, while the
   // connection still works.
@@ -45,6 +52,7 @@ class ConsoleSession {
 
   // Starts everything; why it could not, or "".
   std::string start();
+  std::string startEmbedded();
   void close();
 
   const bool shared_;

@@ -49,7 +49,8 @@ Record details(const CMibNode& n) {
 // complained of anything (the rest is loaded all the same).
 int load(const SubcommandCall& call) {
   const Args& words = call.args.words();
-  NetworkServer& network = call.session.network();
+  if (call.session.network() == nullptr) return call.fail("loads modules only into a server embedded in this console");
+  NetworkServer& network = *call.session.network();
   const size_t modules = network.loadMib(words.empty() ? om::server::mibFolders() : words);
   std::vector<std::string> errors;
   for (const om::snmp::MibLoadError& e : network.mibErrors) {

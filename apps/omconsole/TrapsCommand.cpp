@@ -22,7 +22,8 @@ int runTraps(ConsoleSession& session, const Args& args) {
   int port = settingOr(DefaultValues::getDefault()->getSNMPTrapPort(), kTrapPort);
   if (!call.args.ok() || !call.args.words().empty() || !call.args.intValue("-p", port)) return call.usage();
   if (port < 1 || port > 65535) return call.fail("-p takes a port from 1 to 65535");
-  const std::string error = session.network().listenForTraps(port);
+  if (session.network() == nullptr) return call.fail("listens for traps only in a server embedded in this console");
+  const std::string error = session.network()->listenForTraps(port);
   if (!error.empty()) return call.fail(error);
   return followLog(call, log_def::LOGTYPE_TRAP);
 }

@@ -110,6 +110,10 @@ const Command kCommands[] = {
      "filter ... [--from \"YYYY-MM-DD HH:MM:SS\"] [--to \"YYYY-MM-DD HH:MM:SS\"]: each option puts its field in force\n"
      "filter delete ID                          delete an action filter",
      nullptr, runFilter, nullptr},
+    {"server",
+     "server status                     which server this console reaches (--server HOST, the local\n"
+     "server ... daemon or its own embedded one) and whether it answers",
+     runServer, nullptr, nullptr},
     {"shell",
      "shell                             command lines from standard input, all against one server (exit, quit: end)",
      runShell, nullptr, nullptr},
@@ -128,7 +132,10 @@ std::vector<std::string> usageLines(const Command& c) {
 }
 
 void printUsage() {
-  std::string text = "usage: omconsole COMMAND [ARGS]   (omconsole help: this text)\n\ncommands:\n";
+  std::string text =
+      "usage: omconsole [--server HOST[:PORT]] [--user USER] COMMAND [ARGS]   (omconsole help: this text)\n"
+      "  --server, or OMLIB_SERVER: the server's daemon over HTTPS (password: OMLIB_PASSWORD, or asked)\n\n"
+      "commands:\n";
   for (const Command& c : kCommands) {
     for (const std::string& line : usageLines(c)) text += "  " + line + "\n";
   }
@@ -199,7 +206,15 @@ int main(int argc, char** argv) {
     printStatus();
     return 0;
   }
-  const Args words(argv + 1, argv + argc);
+  Args words(argv + 1, argv + argc);
+  std::string host;
+  std::string user;
+  if (!takeServerOptions(&words, &host, &user)) return 2;
+  ConsoleSession::useServer(ServerChoice::choose(host, user));
+  if (words.empty()) {
+    printUsage();
+    return 2;
+  }
   if (findCommand(words[0]) == nullptr && !isHelp(words[0])) printUsage();
   ConsoleSession session;
   return runCommandLine(words, session);
