@@ -1,7 +1,12 @@
 // The fixture of the end-to-end tests: an embedded server hosted in the test
-// program, and a console's connection to "." that reaches it through the
-// object manager. Both are started once for the program, which checks at
-// its end that no COM object was left alive.
+// program, and a console's connection to it. Both are started once for the
+// program, which checks at its end that no COM object was left alive.
+//
+// OMLIB_ROAD_TRANSPORT chooses the connection's road: unset, "." through
+// the object manager in this process; "unix" or "https", the daemon's
+// CIM-XML endpoint (RoadTransport.h) started in this process, reached over
+// its Unix socket or over HTTPS on loopback with a password. The tests are
+// the same on every road.
 #ifndef OMLIB_TESTS_SERVER_EMBEDDEDROAD_H_
 #define OMLIB_TESTS_SERVER_EMBEDDEDROAD_H_
 
@@ -14,6 +19,7 @@
 #include <wmi/ObjectManager.h>
 
 #include "../wbem/StatusSink.h"
+#include "RoadTransport.h"
 #include "server/EmbeddedServer.h"
 #include "wbem/WbemConnect.h"
 
@@ -28,10 +34,14 @@ class EmbeddedRoad : public ::testing::Environment {
     ASSERT_TRUE(connection_->initializeCom(0, 0)) << std::hex << connection_->getErrorCode();
     server_ = new EmbeddedServer(state_);
     ASSERT_EQ(server_->start(), WBEM_S_NO_ERROR);
-    ASSERT_TRUE(connection_->connectServer(".", "", "", "")) << std::hex << connection_->getErrorCode();
+    transport_ = std::make_unique<RoadTransport>();
+    const RoadTransport::Login login = transport_->start();
+    ASSERT_TRUE(connection_->connectServer(login.server, login.user, login.password, ""))
+        << std::hex << connection_->getErrorCode();
   }
   void TearDown() override {
     delete connection_;
+    transport_.reset();
     delete server_;
     state_.reset();
     om::wmi::ObjectManager::instance().shutdown();
@@ -44,6 +54,7 @@ class EmbeddedRoad : public ::testing::Environment {
   static inline std::shared_ptr<NetworkServer> state_;
   static inline WbemConnect* connection_ = nullptr;
   static inline EmbeddedServer* server_ = nullptr;
+  static inline std::unique_ptr<RoadTransport> transport_;
 };
 
 inline ::testing::Environment* const kEmbeddedRoad = ::testing::AddGlobalTestEnvironment(new EmbeddedRoad);
