@@ -3,6 +3,7 @@
 #include <string>
 
 #include "CimXmlEndpoint.h"
+#include "RemoteProtocol.h"
 
 namespace omserver {
 namespace {
@@ -19,8 +20,9 @@ HttpHandler cimXmlHandler(om::wmi::CimXmlEndpoint& endpoint) {
     if (request.url != "/cimom") return HttpReply{404, "CIM operations are served at /cimom\n", {}};
     // Event subscriptions belong to the user; a local peer is known by uid.
     const std::string owner = request.peer.local ? "uid:" + std::to_string(request.peer.uid) : request.peer.user;
-    om::wmi::EndpointReply reply =
-        endpoint.handle(header(request, "CIMOperation"), header(request, "CIMMethod"), request.body, owner);
+    const bool errorInstances = header(request, om::wmi::remote::kErrorInstancesHeader) == "1";
+    om::wmi::EndpointReply reply = endpoint.handle(header(request, "CIMOperation"), header(request, "CIMMethod"),
+                                                   request.body, owner, errorInstances);
     return HttpReply{reply.status, std::move(reply.body), std::move(reply.headers)};
   };
 }

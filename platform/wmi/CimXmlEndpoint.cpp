@@ -183,6 +183,10 @@ HRESULT fillInParams(const Request& request, IWbemClassObject* in) {
   return WBEM_S_NO_ERROR;
 }
 
+ParamValue outValue(std::u16string name, CIMTYPE type, CComVariant value) {
+  return ParamValue{std::move(name), type, std::move(value)};
+}
+
 // The out-parameters object as RETURNVALUE and PARAMVALUEs.
 void takeOutParams(IWbemClassObject* out, Response* response) {
   const CimObject* object = CimObject::from(out);
@@ -198,6 +202,9 @@ void takeOutParams(IWbemClassObject* out, Response* response) {
       response->outParams.push_back(std::move(value));
     }
   }
+  // A method that returns nothing answers 0: other CIM clients read a
+  // RETURNVALUE with a value before the out parameters.
+  if (response->value.type == CIM_EMPTY) response->value = outValue(u"ReturnValue", CIM_UINT32, CComVariant(0L));
 }
 
 void serveMethod(IWbemServices* services, IWbemContext* context, const Request& request, Response* response) {
@@ -221,14 +228,6 @@ void serveMethod(IWbemServices* services, IWbemContext* context, const Request& 
                             &out, nullptr);
   if (FAILED(hr)) return fail(response, hr);
   if (out != nullptr) takeOutParams(out, response);
-}
-
-ParamValue outValue(std::u16string name, CIMTYPE type, CComVariant value) {
-  ParamValue param;
-  param.name = std::move(name);
-  param.type = type;
-  param.value = std::move(value);
-  return param;
 }
 
 // A SAFEARRAY of the objects, as an object array's stored form.
@@ -298,7 +297,7 @@ Response CimXmlEndpoint::serve(Request& request, const std::string& user) {
 }
 
 EndpointReply CimXmlEndpoint::handle(std::string_view cimOperation, std::string_view cimMethod, std::string_view body,
-                                     const std::string& user) {
+                                     const std::string& user, bool errorInstances) {
   EndpointReply reply;
   const auto refuse = [&reply](const char* cimError, std::string why) {
     reply.status = 400;
@@ -328,6 +327,7 @@ EndpointReply CimXmlEndpoint::handle(std::string_view cimOperation, std::string_
   } else {
     response = serve(request, user);
   }
+  if (response.error && !errorInstances) response.error->instances.clear();
   reply.headers.emplace_back("Content-Type", "application/xml; charset=\"utf-8\"");
   reply.headers.emplace_back("CIMOperation", "MethodResponse");
   reply.body = cimxml::encodeResponse(response);

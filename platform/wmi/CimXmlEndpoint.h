@@ -35,9 +35,11 @@ class CimXmlEndpoint {
   // request's CIMOperation and CIMMethod headers (empty when absent); `user`
   // names the client, whose event subscriptions are its own. A request that
   // is not a CIM-XML method call is HTTP 400 with a CIMError header; a
-  // failed operation is a CIM ERROR in a 200 reply.
+  // failed operation is a CIM ERROR in a 200 reply, which holds the
+  // manager's error object only for a client that asked for error
+  // instances (RemoteProtocol.h): older clients read no children there.
   EndpointReply handle(std::string_view cimOperation, std::string_view cimMethod, std::string_view body,
-                       const std::string& user);
+                       const std::string& user, bool errorInstances);
 
   // Ends the event subscriptions and wakes their pulls (at shutdown).
   void close() { events_.close(); }

@@ -21,11 +21,7 @@ constexpr unsigned kPullWaitSeconds = 2;
 constexpr int kPullRetries = 3;
 
 ParamValue param(std::u16string name, CIMTYPE type, CComVariant value) {
-  ParamValue p;
-  p.name = std::move(name);
-  p.type = type;
-  p.value = std::move(value);
-  return p;
+  return ParamValue{std::move(name), type, std::move(value)};
 }
 
 ParamValue textParam(std::u16string name, std::u16string_view text) {
@@ -107,7 +103,8 @@ RemoteConnection::Outcome RemoteConnection::exchange(const cimxml::Request& requ
   Outcome outcome;
   const std::vector<std::string> headers = {"Content-Type: application/xml; charset=\"utf-8\"",
                                             "CIMOperation: MethodCall", "CIMMethod: " + toUtf8(request.method),
-                                            cimObjectHeader(request)};
+                                            cimObjectHeader(request),
+                                            std::string(remote::kErrorInstancesHeader) + ": 1"};
   HttpResult reply;
   std::string error;
   outcome.hr = http_.post(headers, cimxml::encodeRequest(request), timeoutMs, &reply, &error);

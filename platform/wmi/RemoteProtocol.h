@@ -6,6 +6,10 @@
 // never appears in a parameter name of a class), whose text is
 // "i4:<decimal>", "bool:TRUE|FALSE" or "str:<text>".
 //
+// Error objects: a client that sends the header "OM-Error-Instances: 1"
+// gets the manager's __ExtendedStatus object inside each CIM ERROR, so that
+// the exact HRESULT, the operation and the provider cross the wire.
+//
 // Event queue: extrinsic methods of the class name "OM_EventQueue", which no
 // repository holds and the endpoint answers itself:
 //   Subscribe(QueryLanguage, Query) -> SubscriptionId (string)
@@ -32,6 +36,7 @@ namespace om::wmi::remote {
 
 inline constexpr std::u16string_view kEventQueueClass = u"OM_EventQueue";
 inline constexpr std::u16string_view kContextPrefix = u"__Context.";
+inline constexpr char kErrorInstancesHeader[] = "OM-Error-Instances";
 
 // Appends the values of `context` (null: none) as parameters. VT_I4, VT_BOOL
 // and VT_BSTR travel; a value of another type is WBEM_E_INVALID_CONTEXT.

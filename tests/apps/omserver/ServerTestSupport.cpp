@@ -13,6 +13,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 
 extern char** environ;
@@ -254,6 +255,53 @@ int Program::wait() {
   waitpid(pid_, &status, 0);
   pid_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// ---- Daemon ------------------------------------------------------------------
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+Daemon::Daemon(std::string binary, std::string home, std::vector<std::string> extra)
+    : binary_(std::move(binary)), home_(std::move(home)), pam_(home_) {
+  pam_.setPasswords({{"root", kPassword}});
+  args_ = {"--address", "127.0.0.1", "--port", "0", "--group", "root", "--pam-dir", pam_.confDir(),
+           "--auth-delay-ms", "0"};
+  args_.insert(args_.end(), extra.begin(), extra.end());
+  start();
+}
+
+void Daemon::start() {
+  program_ = std::make_unique<Program>(binary_, args_, home_, home_ + "/omserver.err");
+  const std::string local = program_->line();
+  const std::string network = program_->line();
+  const std::string prefix = "omserver: listening on https://127.0.0.1:";
+  if (network.rfind(prefix, 0) == 0) port_ = network.substr(prefix.size());
+  ready_ = local == "omserver: listening on unix:" + socket() && !port_.empty();
+}
+
+void Daemon::restart() {
+  program_.reset();
+  start();
+}
+
+Reply Daemon::post(const std::string& body, const std::vector<std::string>& headers) const {
+  Call call = onSocket(socket(), body);
+  call.headers = headers;
+  return perform(call);
+}
+
+ConsoleRun console(const std::string& binary, const std::string& home, const std::vector<std::string>& args,
+                   const std::vector<std::string>& env) {
+  ConsoleRun run;
+  const std::string errFile = home + "/omconsole.err";
+  Program program(binary, args, home, errFile, env);
+  run.out = program.rest();
+  run.status = program.wait();
+  run.err = readFile(errFile);
+  return run;
 }
 
 }  // namespace servertest

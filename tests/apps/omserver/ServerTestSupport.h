@@ -6,12 +6,14 @@
 
 #include <curl/curl.h>
 
+#include <signal.h>
 #include <sys/types.h>
 
 #include <atomic>
 #include <cstdio>
 #include <condition_variable>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -132,6 +134,52 @@ class Program {
   pid_t pid_ = -1;
   FILE* out_ = nullptr;
 };
+
+// root's password in the daemons the tests start.
+inline constexpr char kPassword[] = "secret";
+
+std::string readFile(const std::string& path);
+
+// An omserver program with its own home, PAM configuration (root's password
+// is kPassword, the group is root) and a free port on 127.0.0.1.
+class Daemon {
+ public:
+  // `extra`: more options.
+  Daemon(std::string binary, std::string home, std::vector<std::string> extra = {});
+
+  // Starts it again with the same options (after kill()).
+  void restart();
+  void kill() { program_->signal(SIGKILL); }
+
+  // True when it printed both endpoints.
+  bool ready() const { return ready_; }
+  std::string socket() const { return home_ + "/run/omserver.sock"; }
+  std::string server() const { return "127.0.0.1:" + port_; }
+  std::string certificate() const { return home_ + "/tls/omserver.crt"; }
+  std::string errors() const { return readFile(home_ + "/omserver.err"); }
+  // A call of `body` over the local socket with these request fields.
+  Reply post(const std::string& body, const std::vector<std::string>& headers) const;
+
+ private:
+  void start();
+
+  const std::string binary_;
+  const std::string home_;
+  PamFixture pam_;
+  std::vector<std::string> args_;
+  std::unique_ptr<Program> program_;
+  std::string port_;
+  bool ready_ = false;
+};
+
+// One run of a program (omconsole) to its end.
+struct ConsoleRun {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+ConsoleRun console(const std::string& binary, const std::string& home, const std::vector<std::string>& args,
+                   const std::vector<std::string>& env = {});
 
 // The name of the group with that id.
 std::string groupName(gid_t gid);
