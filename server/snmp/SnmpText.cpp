@@ -176,7 +176,7 @@ std::string oidName(const Oid& oid) {
   for (tree* up = node; up != nullptr; up = up->parent) ++depth;
   if (node == nullptr || depth < 2 || node->label == nullptr) return oidText(oid);
   std::string text = node->label;
-  for (size_t i = depth; i < oid.size(); ++i) text += "." + std::to_string(oid[i]);
+  for (size_t i = depth; i < oid.size(); ++i) text.append(".").append(std::to_string(oid[i]));
   return text;
 }
 
