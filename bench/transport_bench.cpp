@@ -21,6 +21,7 @@
 #include "BenchRoad.h"
 #include "CimHandler.h"
 #include "CimXmlEndpoint.h"
+#include "HttpClient.h"
 #include "HttpServer.h"
 #include "Median.h"
 #include "PamAuthenticator.h"
@@ -77,6 +78,10 @@ struct Roads {
     std::string error = omserver::createTlsCredentials(cert, key, "localhost");
     if (error.empty()) error = omserver::loadTlsCredentials(cert, key, &tls);
     if (error.empty()) error = http->listenUnix((home / "omserver.sock").string());
+    // The floor: the same HTTP server answering at once, with no CIM-XML.
+    const omserver::HttpHandler answer = [](const omserver::HttpRequest&) { return omserver::HttpReply{}; };
+    bare = std::make_unique<omserver::HttpServer>(answer, *access, limits);
+    if (error.empty()) error = bare->listenUnix((home / "bare.sock").string());
     if (error.empty()) error = http->listenTcp("127.0.0.1", 0, &tls);
     if (!error.empty() || !road.ready) {
       std::fprintf(stderr, "transport_bench: %s\n", error.empty() ? "no embedded server" : error.c_str());
@@ -97,6 +102,7 @@ struct Roads {
     remote.Release();
     endpoint.close();
     http.reset();
+    bare.reset();
     std::filesystem::remove_all(home);
   }
 
@@ -120,6 +126,7 @@ struct Roads {
   om::wmi::CimXmlEndpoint endpoint;
   std::unique_ptr<omserver::PamAuthenticator> access;
   std::unique_ptr<omserver::HttpServer> http;
+  std::unique_ptr<omserver::HttpServer> bare;
   CComPtr<IWbemServices> local;
   CComPtr<IWbemServices> remote;
   std::string port;
@@ -178,7 +185,25 @@ void BM_GetChildren(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 
+// One POST over the Unix socket to a server that answers at once.
+void BM_BareRoundTrip(benchmark::State& state) {
+  if (roads().bare == nullptr) return state.SkipWithError("no server");
+  om::wmi::HttpTarget target;
+  target.unixSocket = (roads().home / "bare.sock").string();
+  om::wmi::HttpClient client(target);
+  const std::string body(600, 'x');  // about a GetInstance request
+  for (auto _ : state) {
+    om::wmi::HttpResult result;
+    std::string error;
+    if (FAILED(client.post({}, body, 0, &result, &error)) || result.status != 200) {
+      return state.SkipWithError("POST failed");
+    }
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+
 BENCHMARK(BM_GetInstance)->ArgName("road")->DenseRange(0, 2);
+BENCHMARK(BM_BareRoundTrip);
 BENCHMARK(BM_EnumerateInstances)->ArgName("road")->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetChildren)->ArgName("road")->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
@@ -212,6 +237,7 @@ int main(int argc, char** argv) {
     reporter.printRatio((name + " HTTPS vs in process").c_str(), name + "/road:2", name + "/road:0", "calls");
     if (*limits[i] != '\0') std::printf("  (%s)\n", limits[i]);
   }
+  reporter.printRatio("BM_GetInstance socket vs a bare POST", "BM_GetInstance/road:1", "BM_BareRoundTrip", "calls");
   const double peer = wbemcliSeconds();
   const double ours = reporter.time("BM_EnumerateInstances/road:2") / 1000;  // milliseconds
   if (peer > 0 && ours > 0) {

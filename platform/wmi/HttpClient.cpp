@@ -92,7 +92,9 @@ HRESULT HttpClient::post(const std::vector<std::string>& headers, const std::str
   *result = HttpResult();
   CURL* handle = takeHandle();
   if (handle == nullptr) return WBEM_E_OUT_OF_MEMORY;
-  curl_slist* list = nullptr;
+  // No "Expect: 100-continue" round trip before a larger body: the server
+  // reads every body it is sent (or refuses it whole).
+  curl_slist* list = curl_slist_append(nullptr, "Expect:");
   for (const std::string& header : headers) list = curl_slist_append(list, header.c_str());
   curl_easy_setopt(handle, CURLOPT_HTTPHEADER, list);
   curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body.data());
