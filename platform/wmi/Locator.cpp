@@ -47,14 +47,20 @@ bool acceptsConnections(const std::string& path) {
   return accepted;
 }
 
-// "https://HOST[:PORT]/cimom" for a server name "HOST" or "HOST:PORT"
-// ("[v6]:PORT" for an IPv6 address).
+// The port of a server name "HOST:PORT" ("[v6]:PORT" for an IPv6 address),
+// where one is given: the position of its ':'; npos when there is none.
+size_t portColon(std::u16string_view server) {
+  const size_t colon = server.rfind(u':');
+  if (colon == std::u16string_view::npos || server.back() == u']') return std::u16string_view::npos;
+  const bool bracketed = server.front() == u'[';
+  return !bracketed || (colon > 0 && server[colon - 1] == u']') ? colon : std::u16string_view::npos;
+}
+
+// "https://HOST:PORT/cimom", with the default port when the name gives none.
 std::string serverUrl(std::u16string_view server) {
-  std::string host = toUtf8(server);
-  const bool hasPort = host.rfind(':') != std::string::npos && host.back() != ']' &&
-                       (host.front() != '[' || host.find("]:") != std::string::npos);
-  if (!hasPort) host += std::string(":") + kDefaultPort;
-  return "https://" + host + "/cimom";
+  const std::string host = toUtf8(server);
+  return "https://" + host + (portColon(server) == std::u16string_view::npos ? std::string(":") + kDefaultPort : "") +
+         "/cimom";
 }
 
 // Ends a failed connection with the thread's error object saying why.
@@ -69,7 +75,10 @@ HRESULT connectFailure(HRESULT hr, std::u16string_view nameSpace, std::u16string
 
 HRESULT connectRemote(HttpTarget target, std::u16string_view server, const std::u16string& nameSpace,
                       IWbemServices** out) {
-  auto connection = std::make_shared<RemoteConnection>(std::move(target));
+  // Paths name the host without the port, as WMI paths do.
+  const std::u16string host =
+      server == u"." ? ClassRepository::serverName() : std::u16string(server.substr(0, portColon(server)));
+  auto connection = std::make_shared<RemoteConnection>(std::move(target), host);
   std::u16string stored;
   std::u16string error;
   const HRESULT hr = connection->open(nameSpace, &stored, &error);

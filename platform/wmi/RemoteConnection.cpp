@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "CimObject.h"
+#include "ClassRepository.h"
 #include "ObjectPath.h"
 #include "RemoteProtocol.h"
 
@@ -195,7 +196,9 @@ RemoteConnection::Outcome RemoteConnection::fetchClass(const std::u16string& nam
     outcome.text = u"the server sent no class for GetClass";
     return outcome;
   }
-  *definition = object->definition();
+  auto located = std::make_shared<CimClass>(*object->definition());
+  located->setLocation(serverName_, nameSpace);
+  *definition = std::move(located);
   std::lock_guard<std::mutex> lock(classesMutex_);
   classes_.emplace(key, *definition);
   return outcome;
@@ -208,11 +211,12 @@ ClassPtr RemoteConnection::classOf(const std::u16string& nameSpace, std::u16stri
 }
 
 HRESULT RemoteConnection::open(std::u16string_view nameSpace, std::u16string* stored, std::u16string* error) {
+  const std::u16string normalized = ClassRepository::normalizeNamespace(nameSpace);
   ClassPtr definition;
-  const Outcome outcome = fetchClass(std::u16string(nameSpace), u"__ExtendedStatus", &definition);
+  const Outcome outcome = fetchClass(normalized, u"__ExtendedStatus", &definition);
   *error = outcome.text;
   if (FAILED(outcome.hr)) return outcome.hr;
-  *stored = std::u16string(nameSpace);
+  *stored = normalized;
   return WBEM_S_NO_ERROR;
 }
 

@@ -3,8 +3,9 @@
 // HTTP (GetClass, GetInstance, EnumerateInstances, ExecQuery,
 // CreateInstance, ModifyInstance, DeleteInstance, EnumerateClasses, a
 // METHODCALL), and the reply is turned back into objects for the call's
-// sink. Class definitions are fetched once per class and kept, so that
-// instances read back with their class's keys, methods and qualifiers.
+// sink. Class definitions are fetched once per class and kept, placed on
+// the server, so that instances read back with their class's keys, methods,
+// qualifiers and paths.
 //
 // Context values (IWbemContext) travel as parameters named
 // "__Context.<name>" holding "<type>:<text>" (i4, bool or str), which the
@@ -35,7 +36,10 @@ namespace om::wmi {
 
 class RemoteConnection final : public ServiceOperations {
  public:
-  explicit RemoteConnection(HttpTarget target) : http_(std::move(target)) {}
+  // `serverName`: the server's name in the paths of the objects it sends
+  // (__SERVER, __PATH).
+  RemoteConnection(HttpTarget target, std::u16string serverName)
+      : http_(std::move(target)), serverName_(std::move(serverName)) {}
   // Ends the event subscriptions and waits for their threads.
   ~RemoteConnection() override;
 
@@ -100,6 +104,7 @@ class RemoteConnection final : public ServiceOperations {
   void unsubscribe(const Call& call, const std::u16string& id);
 
   HttpClient http_;
+  const std::u16string serverName_;
   std::atomic<unsigned> nextId_{1};
   std::mutex classesMutex_;
   // By "namespace:class", case-folded.

@@ -220,6 +220,27 @@ TEST(RemoteFaultTest, AKilledDaemonEndsTheCallsWaitingOnItAndARestartedOneServes
   unsetenv("OMLIB_SOCKET");
 }
 
+TEST_F(RemoteServerTest, ObjectsReadOverTheNetworkCarryTheServersPaths) {
+  setenv("OMLIB_TRUST_FILE", daemon_->certificate().c_str(), 1);
+  Client client;
+  ASSERT_EQ(client.connect(daemon_->server(), u"root", u"secret"), WBEM_S_NO_ERROR);
+  CComPtr<IWbemClassObject> network;
+  ASSERT_EQ(client.services()->GetObject(CComBSTR(u"OrvaManagerNetwork.NetworkName=\"ネットワーク\""), 0, nullptr,
+                                         &network, nullptr),
+            WBEM_S_NO_ERROR);
+  CComVariant path;
+  CComVariant server;
+  network->Get(u"__PATH", 0, &path, nullptr, nullptr);
+  network->Get(u"__SERVER", 0, &server, nullptr, nullptr);
+  ASSERT_EQ(path.vt, VT_BSTR);
+  // The host without its port, as WMI paths name servers.
+  EXPECT_EQ(std::u16string(path.bstrVal),
+            u"\\\\127.0.0.1\\root\\Velmoran\\OrvaManager:OrvaManagerNetwork.NetworkName=\"ネットワーク\"");
+  ASSERT_EQ(server.vt, VT_BSTR);
+  EXPECT_EQ(std::u16string(server.bstrVal), u"127.0.0.1");
+  unsetenv("OMLIB_TRUST_FILE");
+}
+
 TEST_F(RemoteServerTest, ManyClientsAtOnceEachGetTheirOwnAnswers) {
   setenv("OMLIB_TRUST_FILE", daemon_->certificate().c_str(), 1);
   const std::vector<std::u16string> classes = {u"NetworkObject", u"OrvaManagerNetwork", u"MibNode", u"LogObject",
