@@ -8,6 +8,7 @@
 #include "server/EmbeddedServer.h"
 #include "server/discovery/LocalNetwork.h"
 #include "server/SnmpRequests.h"
+#include "wbem/WbemClient.h"
 #include "wbem/WbemConnect.h"
 
 namespace omconsole {
@@ -53,6 +54,10 @@ std::string ConsoleSession::start() {
                                   om::utf8ToCp932(password), "")) {
     tstring message;
     connection_->formatErrorMessage(message, WbemConnect::IDS_CONNECT_ERROR);
+    // The error object says what happened (the server refused the login,
+    // its certificate did not verify, ...).
+    WbemErrorInfo why;
+    if (readWbemErrorInfo(why) && !why.description.empty()) message += ": " + why.description;
     return om::cp932ToUtf8(message);
   }
   return "";

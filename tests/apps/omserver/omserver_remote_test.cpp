@@ -86,6 +86,7 @@ TEST_F(RemoteServerTest, RefusalsSayWhatHappened) {
       console(OMCONSOLE, home, tree, {"OMLIB_PASSWORD=wrong", "OMLIB_TRUST_FILE=" + daemon_->certificate()});
   EXPECT_EQ(wrongPassword.status, 1);
   EXPECT_NE(wrongPassword.err.find("code=0x80041003"), std::string::npos) << wrongPassword.err;
+  EXPECT_NE(wrongPassword.err.find("HTTP 401"), std::string::npos) << wrongPassword.err;
 
   // A certificate of another server: this one is not trusted.
   const std::string other = home + "/other";
@@ -94,12 +95,14 @@ TEST_F(RemoteServerTest, RefusalsSayWhatHappened) {
   const ConsoleRun untrusted = console(OMCONSOLE, home, tree, remoteEnv(other + "/other.crt"));
   EXPECT_EQ(untrusted.status, 1);
   EXPECT_NE(untrusted.err.find("code=0x800b0109"), std::string::npos) << untrusted.err;
+  EXPECT_NE(untrusted.err.find("certificate"), std::string::npos) << untrusted.err;
 
   // Nobody listens on port 1 of loopback.
   const ConsoleRun unreachable = console(OMCONSOLE, home, {"--server", "127.0.0.1:1", "--user", "root", "tree"},
                                          remoteEnv(daemon_->certificate()));
   EXPECT_EQ(unreachable.status, 1);
   EXPECT_NE(unreachable.err.find("code=0x800706ba"), std::string::npos) << unreachable.err;
+  EXPECT_NE(unreachable.err.find("https://127.0.0.1:1/cimom"), std::string::npos) << unreachable.err;
 }
 
 TEST_F(RemoteServerTest, HostileRequestsAreRefusedAndTheDaemonKeepsServing) {
