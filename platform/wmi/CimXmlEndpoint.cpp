@@ -240,6 +240,15 @@ CComVariant objectArray(const std::vector<CComPtr<IWbemClassObject>>& objects) {
   return value;
 }
 
+// An empty response to the request: its message id and method.
+Response replyTo(const Request& request) {
+  Response response;
+  response.id = request.id;
+  response.intrinsic = request.intrinsic;
+  response.method = request.method;
+  return response;
+}
+
 }  // namespace
 
 void CimXmlEndpoint::serveEventQueue(IWbemServices* services, const Request& request, const std::string& user,
@@ -272,20 +281,21 @@ void CimXmlEndpoint::serveEventQueue(IWbemServices* services, const Request& req
 }
 
 Response CimXmlEndpoint::serve(Request& request, const std::string& user) {
-  Response response;
-  response.id = request.id;
-  response.intrinsic = request.intrinsic;
-  response.method = request.method;
+  Response response = replyTo(request);
   ManagerCore& core = ManagerCore::instance();
   std::u16string nameSpace;
-  HRESULT hr = core.findNamespace(request.nameSpace, &nameSpace);
-  if (FAILED(hr)) return fail(&response, hr, request.nameSpace), response;
   CComPtr<IWbemContext> context;
-  hr = remote::takeContext(&request.params, &context);
-  if (FAILED(hr)) return fail(&response, hr, u"bad context value"), response;
   CComPtr<IWbemServices> services;
-  services.Attach(new (std::nothrow) Services(core, nameSpace));
-  if (services == nullptr) return fail(&response, WBEM_E_OUT_OF_MEMORY), response;
+  HRESULT hr = core.findNamespace(request.nameSpace, &nameSpace);
+  if (SUCCEEDED(hr)) hr = remote::takeContext(&request.params, &context);
+  if (SUCCEEDED(hr)) {
+    services.Attach(new (std::nothrow) Services(core, nameSpace));
+    if (services == nullptr) hr = WBEM_E_OUT_OF_MEMORY;
+  }
+  if (FAILED(hr)) {
+    fail(&response, hr, hr == WBEM_E_INVALID_NAMESPACE ? request.nameSpace : u"");
+    return response;
+  }
   if (request.intrinsic) {
     serveIntrinsic(services, context, request, &response);
   } else if (equalsNoCase(request.objectPath, remote::kEventQueueClass)) {
@@ -318,9 +328,7 @@ EndpointReply CimXmlEndpoint::handle(std::string_view cimOperation, std::string_
   Response response;
   if (!cimxml::decodeRequest(body, resolve, &request, &bad)) {
     if (bad.badRequest) return refuse("request-not-valid", bad.message);
-    response.id = request.id;
-    response.intrinsic = request.intrinsic;
-    response.method = request.method;
+    response = replyTo(request);
     response.error = cimxml::Error{bad.code, toU16(bad.message), {}};
   } else if (!cimMethod.empty() && toU16(cimMethod) != request.method) {
     return refuse("header-mismatch", "CIMMethod does not name the request's method");
