@@ -32,6 +32,19 @@ using Owned = std::unique_ptr<std::remove_pointer_t<Handle>, void (*)(Handle)>;
 using Certificate = Owned<gnutls_x509_crt_t>;
 using PrivateKey = Owned<gnutls_x509_privkey_t>;
 
+// New, empty handles; null when out of memory.
+Certificate newCertificate() {
+  gnutls_x509_crt_t raw = nullptr;
+  gnutls_x509_crt_init(&raw);
+  return Certificate(raw, gnutls_x509_crt_deinit);
+}
+
+PrivateKey newPrivateKey() {
+  gnutls_x509_privkey_t raw = nullptr;
+  gnutls_x509_privkey_init(&raw);
+  return PrivateKey(raw, gnutls_x509_privkey_deinit);
+}
+
 std::string tlsError(const std::string& what, int code) { return what + ": " + gnutls_strerror(code); }
 
 std::string systemError(const std::string& what) { return what + ": " + std::strerror(errno); }
@@ -138,12 +151,8 @@ int setUsage(gnutls_x509_crt_t crt) {
 }
 
 std::string makePair(const std::string& hostName, TlsCredentials* out) {
-  gnutls_x509_privkey_t rawKey = nullptr;
-  gnutls_x509_crt_t rawCrt = nullptr;
-  gnutls_x509_privkey_init(&rawKey);
-  gnutls_x509_crt_init(&rawCrt);
-  const PrivateKey key(rawKey, gnutls_x509_privkey_deinit);
-  const Certificate crt(rawCrt, gnutls_x509_crt_deinit);
+  const PrivateKey key = newPrivateKey();
+  const Certificate crt = newCertificate();
   if (!key || !crt) return "out of memory";
   int rc =
       gnutls_x509_privkey_generate(key.get(), GNUTLS_PK_ECDSA, GNUTLS_CURVE_TO_BITS(GNUTLS_ECC_CURVE_SECP256R1), 0);
@@ -173,12 +182,8 @@ std::string loadTlsCredentials(const std::string& certFile, const std::string& k
   std::string error = readFile(certFile, &read.certPem);
   if (error.empty()) error = readFile(keyFile, &read.keyPem);
   if (!error.empty()) return error;
-  gnutls_x509_crt_t rawCrt = nullptr;
-  gnutls_x509_privkey_t rawKey = nullptr;
-  gnutls_x509_crt_init(&rawCrt);
-  gnutls_x509_privkey_init(&rawKey);
-  const Certificate crt(rawCrt, gnutls_x509_crt_deinit);
-  const PrivateKey key(rawKey, gnutls_x509_privkey_deinit);
+  const Certificate crt = newCertificate();
+  const PrivateKey key = newPrivateKey();
   if (!crt || !key) return "out of memory";
   const gnutls_datum_t certData = datum(read.certPem);
   const gnutls_datum_t keyData = datum(read.keyPem);

@@ -194,6 +194,20 @@ HRESULT coerceArray(const VARIANT& in, CIMTYPE type, std::u16string_view objectC
 
 bool isValidBaseType(CIMTYPE type) { return infoOf(type) != nullptr; }
 
+bool isIntegerType(CIMTYPE type) {
+  switch (type) {
+    case CIM_SINT8:
+    case CIM_UINT8:
+    case CIM_SINT16:
+    case CIM_UINT16:
+    case CIM_SINT32:
+    case CIM_UINT32:
+    case CIM_SINT64:
+    case CIM_UINT64: return true;
+    default: return false;
+  }
+}
+
 HRESULT arrayElement(SAFEARRAY* array, VARTYPE vt, LONG index, VARIANT* element) {
   VariantClear(element);
   if (vt == VT_VARIANT) return SafeArrayGetElement(array, &index, element);

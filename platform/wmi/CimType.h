@@ -16,6 +16,8 @@ inline CIMTYPE baseType(CIMTYPE type) { return type & ~CIM_FLAG_ARRAY; }
 
 // True for the scalar types a property may have (CIM_SINT8 ... CIM_OBJECT).
 bool isValidBaseType(CIMTYPE type);
+// True for the signed and unsigned integer types, 8 to 64 bits.
+bool isIntegerType(CIMTYPE type);
 
 // The MOF keyword of a base type: "sint32", "string", "datetime", "object",
 // "ref" (CIM_REFERENCE), ...; empty for an unknown type.

@@ -104,20 +104,6 @@ CIMTYPE contentType(xml_node content, bool embedded) {
   return CIM_EMPTY;
 }
 
-bool isIntegerType(CIMTYPE type) {
-  switch (type) {
-    case CIM_SINT8:
-    case CIM_UINT8:
-    case CIM_SINT16:
-    case CIM_UINT16:
-    case CIM_SINT32:
-    case CIM_UINT32:
-    case CIM_SINT64:
-    case CIM_UINT64: return true;
-    default: return false;
-  }
-}
-
 // The ID qualifier of a parameter; parameters without one go last.
 long parameterId(const PropertyDef& parameter) {
   const Qualifier* id = parameter.qualifiers.find(u"ID");

@@ -233,14 +233,6 @@ class Compiler {
     return S_OK;
   }
 
-  static bool isIntegerType(CIMTYPE type) {
-    switch (type) {
-      case CIM_SINT8: case CIM_UINT8: case CIM_SINT16: case CIM_UINT16:
-      case CIM_SINT32: case CIM_UINT32: case CIM_SINT64: case CIM_UINT64: return true;
-      default: return false;
-    }
-  }
-
   // A scalar MOF value as a VARIANT that coerceValue turns into `type`; MOF
   // is stricter than Put: no text for numbers, no numbers for text.
   HRESULT scalarValue(const MofValue& v, CIMTYPE type, VARIANT* out, int depth) {
