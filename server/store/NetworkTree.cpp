@@ -43,6 +43,40 @@ NetworkTree::NetworkTree() {
   }
 }
 
+bool NetworkTree::attach(TreeStore* store) {
+  store_ = store;
+  touched_.clear();
+  if (store_ == nullptr) return true;
+  std::map<std::string, Entry> kept = store_->load();
+  if (kept.empty()) {
+    for (const auto& [name, entry] : entries_) touch(name);
+    save();
+    return true;
+  }
+  for (const std::string& root : {CNetworkPath::getPhysicalRootName(), CNetworkPath::getLogicalRootName()}) {
+    if (kept.count(root) == 0) return false;  // not a tree this server wrote
+  }
+  entries_ = std::move(kept);
+  return true;
+}
+
+void NetworkTree::save() {
+  if (store_ != nullptr && !touched_.empty()) {
+    std::map<std::string, const Entry*> changed;
+    std::vector<std::string> erased;
+    for (const std::string& name : touched_) {
+      const auto found = entries_.find(name);
+      if (found == entries_.end()) {
+        erased.push_back(name);
+      } else {
+        changed.emplace(name, &found->second);
+      }
+    }
+    store_->write(changed, erased);
+  }
+  touched_.clear();
+}
+
 std::string NetworkTree::physicalRootPath() {
   return CNetworkPath(std::vector<std::string>{CNetworkPath::getPhysicalRootName()}).getPath();
 }
@@ -86,7 +120,12 @@ bool NetworkTree::add(const std::string& parentPath, const NetworkObjectBase& ob
   if (parent == nullptr || name.empty() || isRoot(name)) return false;
   if (isAncestor(name, parent->object.getName())) return false;
   entries_[name].object = object;
-  if (!listed(parent->children, name)) parent->children.push_back(name);
+  touch(name);
+  if (!listed(parent->children, name)) {
+    parent->children.push_back(name);
+    touch(parent->object.getName());
+  }
+  save();
   return true;
 }
 
@@ -94,6 +133,8 @@ bool NetworkTree::update(const NetworkObjectBase& object) {
   const auto found = entries_.find(object.getName());
   if (found == entries_.end() || isRoot(object.getName())) return false;
   found->second.object = object;
+  touch(object.getName());
+  save();
   return true;
 }
 
@@ -150,15 +191,29 @@ bool NetworkTree::isListed(const std::string& name) const {
 }
 
 bool NetworkTree::remove(const std::string& name) {
+  if (entries_.count(name) == 0 || isRoot(name)) return false;
+  removeEntry(name);
+  save();
+  return true;
+}
+
+void NetworkTree::removeEntry(const std::string& name) {
   const auto found = entries_.find(name);
-  if (found == entries_.end() || isRoot(name)) return false;
   const std::vector<std::string> children = found->second.children;
   entries_.erase(found);
-  for (auto& [parent, entry] : entries_) unlink(entry.children, name);
+  touch(name);
+  unlinkEverywhere(name);
   for (const std::string& child : children) {
-    if (entries_.count(child) != 0 && !isListed(child)) remove(child);
+    if (entries_.count(child) != 0 && !isListed(child)) removeEntry(child);
   }
-  return true;
+}
+
+void NetworkTree::unlinkEverywhere(const std::string& name) {
+  for (auto& [parent, entry] : entries_) {
+    if (!listed(entry.children, name)) continue;
+    unlink(entry.children, name);
+    touch(parent);
+  }
 }
 
 bool NetworkTree::move(const std::string& name, const std::string& srcPath, const std::string& destPath) {
@@ -169,6 +224,9 @@ bool NetworkTree::move(const std::string& name, const std::string& srcPath, cons
   if (isAncestor(name, dest->object.getName())) return false;
   unlink(src->children, name);
   if (!listed(dest->children, name)) dest->children.push_back(name);
+  touch(src->object.getName());
+  touch(dest->object.getName());
+  save();
   return true;
 }
 
@@ -179,7 +237,14 @@ bool NetworkTree::rename(const std::string& oldName, const std::string& newName)
   entries_.erase(found);
   entry.object.setName(newName);
   entries_.emplace(newName, std::move(entry));
-  for (auto& [parent, other] : entries_) std::replace(other.children.begin(), other.children.end(), oldName, newName);
+  touch(oldName);
+  touch(newName);
+  for (auto& [parent, other] : entries_) {
+    if (!listed(other.children, oldName)) continue;
+    std::replace(other.children.begin(), other.children.end(), oldName, newName);
+    touch(parent);
+  }
+  save();
   return true;
 }
 

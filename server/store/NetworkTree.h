@@ -8,11 +8,13 @@
 #define OM_SERVER_NETWORKTREE_H_
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "model/NetworkObjectBase.h"
 #include "model/NetworkPath.h"
+#include "server/store/TreeStore.h"
 
 // The object types this server gives its objects.
 enum ServerObjectType : int {
@@ -27,6 +29,12 @@ class NetworkTree {
  public:
   // A tree holding the physical and the logical root.
   NetworkTree();
+
+  // Keeps the tree in `store` (not owned; it must outlive the tree or be
+  // detached with null): a store that holds a tree replaces this one, an
+  // empty one receives it. From then on every change is written through.
+  // False when the store could not be read or written.
+  bool attach(TreeStore* store);
 
   // The path of the physical root, and of a subnet under it.
   static std::string physicalRootPath();
@@ -66,10 +74,7 @@ class NetworkTree {
   int count(int objectType) const;
 
  private:
-  struct Entry {
-    NetworkObjectBase object;
-    std::vector<std::string> children;
-  };
+  using Entry = TreeEntry;
 
   // The entry at `path`, or null.
   const Entry* resolve(const std::string& path) const;
@@ -78,8 +83,17 @@ class NetworkTree {
   bool isAncestor(const std::string& ancestor, const std::string& name) const;
   bool isListed(const std::string& name) const;
   void collectPaths(const std::string& name, const CNetworkPath& path, std::vector<std::string>& out) const;
+  void removeEntry(const std::string& name);
+  // Removes `name` from every list that holds it.
+  void unlinkEverywhere(const std::string& name);
+  // Marks an entry changed, or gone, for the next save().
+  void touch(const std::string& name) { touched_.insert(name); }
+  // Writes the entries changed since the last save to the store.
+  void save();
 
   std::map<std::string, Entry> entries_;
+  TreeStore* store_ = nullptr;
+  std::set<std::string> touched_;
 };
 
 #endif  // OM_SERVER_NETWORKTREE_H_
