@@ -1,5 +1,10 @@
 #include "server/NetworkServer.h"
 
+#include <om/RegistryStore.h>
+
+#include "config/DefaultValues.h"
+#include "server/SettingOr.h"
+
 #include "server/discovery/SubnetDiscovery.h"
 #include "server/TrapLog.h"
 #include "server/store/MemoryStores.h"
@@ -13,6 +18,39 @@ NetworkServer::NetworkServer()
       mib(std::make_unique<om::server::MemoryMibStore>()),
       actions(std::make_unique<om::server::MemoryActionStore>()),
       discovery(std::make_unique<SubnetDiscovery>(*this)) {}
+
+std::string NetworkServer::openData(const std::string& dir, const om::server::Retention& retention) {
+  std::string error;
+  std::unique_ptr<om::server::DataStore> opened = om::server::DataStore::open(dir, error);
+  if (opened == nullptr) return error;
+  auto keptTree = std::make_unique<om::server::DurableTreeStore>(*opened);
+  std::lock_guard<std::mutex> lock(mutex);
+  if (!tree.attach(keptTree.get())) {
+    tree.attach(treeStore.get());
+    return "the data store in " + dir + " holds no network tree this server can read";
+  }
+  subnets = std::make_unique<om::server::DurableSubnetStore>(*opened);
+  tasks = std::make_unique<om::server::DurableTaskStore>(*opened);
+  taskRecords = std::make_unique<om::server::DurableTaskRecordStore>(*opened, retention);
+  logs = std::make_unique<om::server::DurableLogStore>(*opened, retention);
+  actions = std::make_unique<om::server::DurableActionStore>(*opened);
+  treeStore = std::move(keptTree);
+  data = std::move(opened);
+  return "";
+}
+
+std::string NetworkServer::dataDirectory() {
+  const tstring configured = DefaultValues::getDefault()->getDataFile();
+  return configured.empty() ? om::machineHome() + "/data" : std::string(configured);
+}
+
+om::server::Retention NetworkServer::configuredRetention() {
+  DefaultValues& settings = *DefaultValues::getDefault();
+  om::server::Retention retention;
+  retention.maxLogs = static_cast<size_t>(settingOr(settings.getLogMaxNumber(), 100000));
+  retention.maxSamplesPerTask = static_cast<size_t>(settingOr(settings.getTaskMaxSample(), 20000));
+  return retention;
+}
 
 NetworkServer::~NetworkServer() {
   trapReceiver.reset();  // its records go to the log, which goes before it

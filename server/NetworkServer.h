@@ -19,6 +19,8 @@
 #include "server/snmp/SnmpEngine.h"
 #include "server/snmp/TrapReceiver.h"
 #include "server/store/ActionStore.h"
+#include "server/store/DataStore.h"
+#include "server/store/DurableStores.h"
 #include "server/store/LogStore.h"
 #include "server/store/MibStore.h"
 #include "server/store/NetworkTree.h"
@@ -41,6 +43,9 @@ struct NetworkServer {
   // Every SNMP request of the server goes through this engine (declared
   // first, so that it outlives whatever waits on it).
   std::unique_ptr<om::snmp::SnmpEngine> snmp;
+  // The data store of the durable stores; null while they are in memory.
+  std::unique_ptr<om::server::DataStore> data;
+  std::unique_ptr<TreeStore> treeStore;
   std::mutex mutex;
   NetworkTree tree;
   std::unique_ptr<SubnetStore> subnets;
@@ -49,6 +54,17 @@ struct NetworkServer {
   std::unique_ptr<LogStore> logs;
   std::unique_ptr<MibStore> mib;
   std::unique_ptr<ActionStore> actions;
+  // Keeps the tree, subnets, tasks, samples, logs and actions in the data
+  // store in `dir` from now on, taking up what it holds (an empty store
+  // receives the tree as it stands). Call before serving. Empty when done,
+  // else why not (the stores then stay as they were).
+  std::string openData(const std::string& dir, const om::server::Retention& retention);
+  // Where the server keeps its data: the folder the "DataFile" setting
+  // names, else $OMLIB_HOME/data.
+  static std::string dataDirectory();
+  // The retention the settings ask for ("LogMaxNumber", "TaskMaxSample").
+  static om::server::Retention configuredRetention();
+
   bool pollingManager = false;
   bool autoDiscoverManager = false;
   // Probes a node; its new node status. Unset: every node stays unknown.

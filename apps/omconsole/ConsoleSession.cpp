@@ -65,6 +65,8 @@ std::string ConsoleSession::start() {
 
 std::string ConsoleSession::startEmbedded() {
   network_ = std::make_shared<NetworkServer>();
+  const std::string kept = network_->openData(NetworkServer::dataDirectory(), NetworkServer::configuredRetention());
+  if (!kept.empty()) return "the embedded server cannot keep its data: " + kept;
   addLocalNetwork(*network_);
   network_->loadMib(om::server::mibFolders());
   server_ = std::make_unique<EmbeddedServer>(network_);

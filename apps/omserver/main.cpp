@@ -93,21 +93,25 @@ int serveHttp(const ServerOptions& options, const ServerSetup& setup, const sigs
   return 0;
 }
 
-// Hosts the object manager with the server's providers over this
-// machine's network, then serves it.
+// Hosts the object manager with the server's providers over the data kept
+// and this machine's network, then serves it.
+int hostNetwork(const ServerOptions& options, const ServerSetup& setup, const sigset_t& signals) {
+  auto network = std::make_shared<NetworkServer>();
+  const std::string kept = network->openData(NetworkServer::dataDirectory(), NetworkServer::configuredRetention());
+  if (!kept.empty()) return fail(kept, 1);
+  std::cout << "omserver: data in " << network->data->directory() << std::endl;
+  addLocalNetwork(*network);
+  network->loadMib(om::server::mibFolders());
+  EmbeddedServer embedded(network);
+  const HRESULT started = embedded.start();
+  if (FAILED(started)) return fail("the object manager cannot start: " + hresultText(started), 1);
+  return serveHttp(options, setup, signals);
+}
+
 int serve(const ServerOptions& options, const ServerSetup& setup, const sigset_t& signals) {
   const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
   if (FAILED(com)) return fail("COM cannot be started: " + hresultText(com), 1);
-  int status;
-  {
-    auto network = std::make_shared<NetworkServer>();
-    addLocalNetwork(*network);
-    network->loadMib(om::server::mibFolders());
-    EmbeddedServer embedded(network);
-    const HRESULT started = embedded.start();
-    status = FAILED(started) ? fail("the object manager cannot start: " + hresultText(started), 1)
-                             : serveHttp(options, setup, signals);
-  }
+  const int status = hostNetwork(options, setup, signals);
   om::wmi::ObjectManager::instance().shutdown();
   CoUninitialize();
   return status;

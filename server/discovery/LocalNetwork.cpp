@@ -128,19 +128,25 @@ void addLocalNetwork(NetworkServer& server) {
     for (const std::string& address : item.ipv6) host.addIpv6Address(address);
   }
   NetworkTree& tree = server.tree;
+  if (const NetworkObjectBase* known = tree.find(host.getName())) host.setNodeStatus(known->getNodeStatus());
   for (const auto& [network, mask] : subnets) {
-    NetworkObjectBase subnet;
-    subnet.setName(network);
-    subnet.setDisplayName(network + "/" + mask);
-    subnet.setSubnetMask(mask);
-    subnet.setObjectType(kObjectTypeSubnet);
-    tree.add(NetworkTree::physicalRootPath(), subnet);
+    // A subnet kept from an earlier run stays as it was left.
+    if (tree.find(network) == nullptr) {
+      NetworkObjectBase subnet;
+      subnet.setName(network);
+      subnet.setDisplayName(network + "/" + mask);
+      subnet.setSubnetMask(mask);
+      subnet.setObjectType(kObjectTypeSubnet);
+      tree.add(NetworkTree::physicalRootPath(), subnet);
+    }
     SubnetBase record;
-    record.setName(network);
-    record.setNetworkID(network);
-    record.setSubnetMask(mask);
-    record.setDiscoveredNodes(1);  // this host
-    server.subnets->put(record);
+    if (!server.subnets->find(network, record)) {
+      record.setName(network);
+      record.setNetworkID(network);
+      record.setSubnetMask(mask);
+      record.setDiscoveredNodes(1);  // this host
+      server.subnets->put(record);
+    }
     tree.add(NetworkTree::subnetPath(network), host);
   }
   NetworkObjectBase group;

@@ -3,16 +3,43 @@
 #ifndef OMLIB_TESTS_APPS_CONSOLERUNNER_H_
 #define OMLIB_TESTS_APPS_CONSOLERUNNER_H_
 
+#include <gtest/gtest.h>
+#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
 namespace console_detail {
+
+// A test program that names no OMLIB_HOME gets a fresh one for its run (and
+// so do the consoles it starts), so that what one test's consoles keep never
+// reaches another's.
+class FreshHome : public ::testing::Environment {
+ public:
+  void SetUp() override {
+    if (std::getenv("OMLIB_HOME") != nullptr) return;
+    char pattern[] = "/tmp/omconsole-home-XXXXXX";
+    if (mkdtemp(pattern) == nullptr) return;
+    dir_ = pattern;
+    setenv("OMLIB_HOME", pattern, 1);
+  }
+  void TearDown() override {
+    if (dir_.empty()) return;
+    std::filesystem::remove_all(dir_);
+    unsetenv("OMLIB_HOME");
+  }
+
+ private:
+  std::string dir_;
+};
+
+inline ::testing::Environment* const kFreshHome = ::testing::AddGlobalTestEnvironment(new FreshHome);
 
 inline std::string tempFile(const char* kind) {
   return std::filesystem::temp_directory_path() / ("omconsole-" + std::string(kind) + "-" + std::to_string(getpid()));

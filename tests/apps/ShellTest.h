@@ -28,6 +28,8 @@ class ShellTest : public ::testing::Test {
   // Runs `script` through `omconsole shell`; its exit status, with its
   // standard output in out_ and its standard error in err_.
   int shell(const std::string& script) { return consoleWithInput("shell", script, &out_, &err_); }
+  // Forgets what the consoles' server kept, for a run that starts afresh.
+  void forgetData() { std::filesystem::remove_all(dir_ + "/data"); }
 
   std::string dir_;
   std::string out_;

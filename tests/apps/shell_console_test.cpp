@@ -31,20 +31,24 @@ TEST_F(ShellConsoleTest, EveryLineRunsAfterAFailureAndTheStatusTellsOfIt) {
             1);
   EXPECT_EQ(err_, "omconsole: task stop ghost: no such task\n");
   EXPECT_EQ(linesOf(out_), (std::vector<std::string>{"added task t", "t  -  waiting  10.0.0.1  10  -"}));
-  EXPECT_EQ(shell("task add t --ip 10.0.0.1\ntask list\n"), 0) << err_;
+  EXPECT_EQ(shell("task add u --ip 10.0.0.1\ntask list\n"), 0) << err_;
 }
 
 TEST_F(ShellConsoleTest, ExitAndQuitEndTheShell) {
   for (const char* end : {"exit", "quit"}) {
+    forgetData();
     EXPECT_EQ(shell(std::string("task add a --ip 10.0.0.1\n  ") + end + "  \ntask add b --ip 10.0.0.2\n"), 0) << err_;
     EXPECT_EQ(out_, "added task a\n") << end;
   }
 }
 
-TEST_F(ShellConsoleTest, StateLastsFromLineToLineButNotFromRunToRun) {
+TEST_F(ShellConsoleTest, StateLastsFromLineToLineAndFromRunToRun) {
   ASSERT_EQ(shell("task add kept --ip 10.0.0.1\ntask show kept --json\n"), 0) << err_;
   EXPECT_NE(out_.find(R"("name": "kept")"), std::string::npos) << out_;
   std::string out, err;
+  EXPECT_EQ(console("task show kept", &out, &err), 0) << err;
+  EXPECT_NE(out.find("name: kept\n"), std::string::npos) << out;
+  forgetData();
   EXPECT_EQ(console("task show kept", &out, &err), 1);
   EXPECT_EQ(err, "omconsole: task show kept: WBEM_E_NOT_FOUND\n");
 }

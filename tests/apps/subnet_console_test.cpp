@@ -54,6 +54,7 @@ TEST_F(SubnetConsoleTest, JsonFormsCarryEveryProperty) {
             R"("discoveringInterval": 0, "hops": 0, "lookupHostName": false, "discoverOnTrap": false, )"
             R"("devices": []})"
             "\n");
+  forgetData();
   ASSERT_EQ(shell("subnet add lan 10.9.0.0 255.255.0.0\nsubnet list --json\n"), 0) << err_;
   json = jsonPart(out_);
   EXPECT_TRUE(wellFormedJson(json)) << json;

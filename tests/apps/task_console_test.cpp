@@ -86,6 +86,7 @@ TEST_F(TaskConsoleTest, JsonFormsListAndShowTasks) {
   EXPECT_TRUE(wellFormedJson(json)) << json;
   EXPECT_EQ(json, "[\n  " R"({"name": "t1", "displayName": "", "status": "running", "address": "10.0.0.1", )"
                   R"("interval": 10, "variables": ["sysUpTime.0"]})" "\n]\n");
+  forgetData();
   ASSERT_EQ(shell("task add t1 --ip 10.0.0.1 --samples 5\ntask show t1 --json\n"), 0) << err_;
   json = jsonPart(out_);
   EXPECT_TRUE(wellFormedJson(json)) << json;

@@ -275,11 +275,13 @@ Daemon::Daemon(std::string binary, std::string home, std::vector<std::string> ex
 
 void Daemon::start() {
   program_ = std::make_unique<Program>(binary_, args_, home_, home_ + "/omserver.err");
+  const std::string data = program_->line();
   const std::string local = program_->line();
   const std::string network = program_->line();
   const std::string prefix = "omserver: listening on https://127.0.0.1:";
   if (network.rfind(prefix, 0) == 0) port_ = network.substr(prefix.size());
-  ready_ = local == "omserver: listening on unix:" + socket() && !port_.empty();
+  ready_ = data == "omserver: data in " + home_ + "/data" && local == "omserver: listening on unix:" + socket() &&
+           !port_.empty();
 }
 
 void Daemon::restart() {

@@ -114,6 +114,7 @@ TEST_F(OmserverProgramTest, ItServesBothEndpointsAndStopsOnSigterm) {
       {"--address", "127.0.0.1", "--port", "0", "--group", "root", "--pam-dir", pam.confDir(), "--auth-delay-ms", "0"},
       dir_.path(), errFile_);
   ASSERT_TRUE(server.started());
+  EXPECT_EQ(server.line(), "omserver: data in " + path("data")) << errors();
   EXPECT_EQ(server.line(), "omserver: listening on unix:" + socket) << errors();
   const std::string network = server.line();
   const std::string prefix = "omserver: listening on https://127.0.0.1:";
