@@ -8,6 +8,7 @@
 
 #include <afx.h>
 #include <om/codepage.h>
+#include <wmi/ServerAddress.h>
 
 #include "Command.h"
 #include "JsonText.h"
@@ -20,6 +21,8 @@
 #include "monitor/TaskObject.h"
 #include "monitor/log.h"
 #include "monitor/mibnode.h"
+#include "server/NetworkServer.h"
+#include "server/store/ArchiveTransfer.h"
 #include "wbem/CommandResult.h"
 
 namespace omconsole {
@@ -250,10 +253,34 @@ int dumpOrVerify(const Options& options, bool verify) {
   return same ? 0 : 1;
 }
 
+// Moves a store of the server's data to or from an archive file. An import
+// goes into the data of a server that is not running: a running one would
+// not see it and would write over it.
+int transfer(const std::string& sub, const std::string& store, const std::string& file) {
+  if (sub == "import" && om::wmi::localServerRunning()) {
+    return fail("the server is running: stop it before importing into its data");
+  }
+  std::string error;
+  std::unique_ptr<om::server::DataStore> data = om::server::DataStore::open(NetworkServer::dataDirectory(), error);
+  if (data == nullptr) return fail(error);
+  const std::string name = om::utf8ToCp932(file);
+  const long count = sub == "export" ? om::server::exportStore(*data, store, name, error)
+                                     : om::server::importStore(*data, store, name,
+                                                               NetworkServer::configuredRetention(), error);
+  if (count < 0) return fail(error);
+  std::cout << (sub == "export" ? "exported " : "imported ") << count << " records of " << store
+            << (sub == "export" ? " to " : " from ") << file << "\n";
+  return 0;
+}
+
 }  // namespace
 
 int runArchive(const Args& args) {
   const std::string sub = args.empty() ? "" : args[0];
+  if (sub == "export" || sub == "import") {
+    if (args.size() != 3) return fail("usage: omconsole archive " + sub + " STORE FILE", 2);
+    return transfer(sub, args[1], args[2]);
+  }
   Options options;
   if ((sub == "dump" || sub == "verify") && parseOptions(Args(args.begin() + 1, args.end()), sub == "dump", options)) {
     return dumpOrVerify(options, sub == "verify");

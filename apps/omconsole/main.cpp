@@ -22,7 +22,10 @@ const Command kCommands[] = {
     {"archive",
      "archive dump FILE [--class NAME] [--json]  the records of an archive file, field by field\n"
      "archive verify FILE [--class NAME]         read, write again in memory, compare the bytes\n"
-     "archive ... NAME reads records serialised directly, without class tags",
+     "archive ... NAME reads records serialised directly, without class tags\n"
+     "archive export STORE FILE                  write a store of the server's data to an archive file\n"
+     "archive import STORE FILE                  add an archive file's records to a store (server stopped)\n"
+     "archive ... STORE is tree, subnets, tasks, samples, logs, commands or filters",
      runArchive, nullptr, nullptr},
     {"config",
      "config show [--json]              every setting: name, type, current and factory value\n"

@@ -136,12 +136,12 @@ int64_t cutoff(int64_t maxAgeSeconds) { return static_cast<int64_t>(CTime::GetCu
 
 // ---- Tree --------------------------------------------------------------------
 
-std::map<std::string, TreeEntry> DurableTreeStore::load() const {
+std::map<std::string, TreeEntry> keptTree(const DataStore& data) {
   std::map<std::string, TreeEntry> entries;
-  const Transaction txn = data_.read();
+  const Transaction txn = data.read();
   txn.scan(DataStore::kObjects, {}, false, [&](std::string_view key, std::string_view bytes) {
     TreeEntry entry;
-    if (!decode(data_, DataStore::kObjects, key, bytes, entry.object)) return true;
+    if (!decode(data, DataStore::kObjects, key, bytes, entry.object)) return true;
     std::string children;
     if (txn.get(DataStore::kChildren, key, children)) entry.children = childrenOf(children);
     entries.emplace(key, std::move(entry));
@@ -149,6 +149,8 @@ std::map<std::string, TreeEntry> DurableTreeStore::load() const {
   });
   return entries;
 }
+
+std::map<std::string, TreeEntry> DurableTreeStore::load() const { return keptTree(data_); }
 
 bool DurableTreeStore::write(const std::map<std::string, const TreeEntry*>& changed,
                              const std::vector<std::string>& erased) {

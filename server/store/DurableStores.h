@@ -28,6 +28,9 @@ struct Retention {
   int64_t maxSampleAgeSeconds = 0;
 };
 
+// The tree kept in `data`, by name.
+std::map<std::string, TreeEntry> keptTree(const DataStore& data);
+
 class DurableTreeStore : public TreeStore {
  public:
   explicit DurableTreeStore(DataStore& data) : data_(data) {}

@@ -100,4 +100,31 @@ TEST_F(SubnetConsoleTest, RefusalsAreReportedWithTheirReason) {
             }));
 }
 
+TEST_F(SubnetConsoleTest, ExportedSubnetsComeBackWhenTheDataIsGone) {
+  ASSERT_EQ(shell("subnet add lan 10.9.0.0 255.255.0.0 --community public\nsubnet show lan --json\n"), 0) << err_;
+  const std::string before = jsonPart(out_);
+  // A subnet is a record of the subnets and a place in the tree.
+  std::string out, err;
+  for (const char* store : {"tree", "subnets"}) {
+    ASSERT_EQ(console(std::string("archive export ") + store + " " + dir_ + "/" + store + ".dat", &out, &err), 0)
+        << err;
+    EXPECT_EQ(out.rfind("exported ", 0), 0u) << out;
+  }
+  forgetData();
+  ASSERT_EQ(console("subnet show lan", &out, &err), 1);
+  for (const char* store : {"tree", "subnets"}) {
+    ASSERT_EQ(console(std::string("archive import ") + store + " " + dir_ + "/" + store + ".dat", &out, &err), 0)
+        << err;
+    EXPECT_EQ(out.rfind("imported ", 0), 0u) << out;
+  }
+  const std::string file = dir_ + "/subnets.dat";
+  ASSERT_EQ(shell("subnet show lan --json\n"), 0) << err_;
+  EXPECT_EQ(jsonPart(out_), before);
+
+  EXPECT_EQ(console("archive import nodes " + file, &out, &err), 1);
+  EXPECT_EQ(err, "omconsole: no store is called 'nodes'\n");
+  EXPECT_EQ(console("archive export subnets", &out, &err), 2);
+  EXPECT_EQ(err, "omconsole: usage: omconsole archive export STORE FILE\n");
+}
+
 }  // namespace

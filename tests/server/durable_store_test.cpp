@@ -17,6 +17,7 @@
 
 #include "model/NetworkPath.h"
 #include "model/SerializableNetObj.h"
+#include "server/store/ArchiveTransfer.h"
 #include "server/store/DataStore.h"
 #include "server/store/DurableStores.h"
 #include "server/store/NetworkTree.h"
@@ -337,6 +338,90 @@ TEST_F(DurableStoreTest, SubnetRenameKeepsTheRecordAndRefusesATakenName) {
   EXPECT_EQ(renamed.getNetworkID(), "10.2.0.0");
   EXPECT_FALSE(subnets.find("a", renamed));
   EXPECT_EQ(subnets.list().size(), 2u);
+}
+
+// Every key and value of every table.
+std::vector<std::string> contents(const DataStore& data) {
+  std::vector<std::string> out;
+  for (int table = 0; table < DataStore::kTableCount; ++table) {
+    data.read().scan(static_cast<DataStore::Table>(table), {}, false, [&](std::string_view key, std::string_view value) {
+      out.push_back(std::to_string(table) + "|" + std::string(key) + "|" + std::string(value));
+      return true;
+    });
+  }
+  return out;
+}
+
+TEST_F(DurableStoreTest, EveryStoreMovesThroughArchiveFilesUnchanged) {
+  const std::string physical = NetworkTree::physicalRootPath();
+  const std::string logical = CNetworkPath(std::vector<std::string>{CNetworkPath::getLogicalRootName()}).getPath();
+  {
+    om::server::DurableTreeStore store(*data_);
+    NetworkTree tree;
+    ASSERT_TRUE(tree.attach(&store));
+    ASSERT_TRUE(tree.add(physical, node("lab", kObjectTypeSubnet)));
+    ASSERT_TRUE(tree.add(physical + kSep + "lab", node("a", kObjectTypeNode, "10.1.0.1")));
+    ASSERT_TRUE(tree.add(physical + kSep + "lab" + kSep + "a", node("a-1", kObjectTypePort)));
+    ASSERT_TRUE(tree.add(logical, node("g", kObjectTypeGroup)));
+    ASSERT_TRUE(tree.add(logical + kSep + "g", node("a", kObjectTypeNode, "10.1.0.1")));
+  }
+  SubnetBase subnet;
+  subnet.setName("lab");
+  subnet.addCommunityName("public");
+  om::server::DurableSubnetStore(*data_).put(subnet);
+  CTaskObject task;
+  task.setName("poll");
+  om::server::DurableTaskStore(*data_).add(task);
+  om::server::DurableTaskRecordStore samples(*data_, {});
+  samples.put("poll", sample(100, 1));
+  samples.put("poll", sample(200, 2));
+  samples.put("other", sample(50, 7));
+  om::server::DurableLogStore logs(*data_, {});
+  for (const char* text : {"one", "two"}) {
+    CLogObject record = logRecord(text);
+    logs.put(record, nullptr);
+  }
+  CActionCommand mail;
+  mail.setId(4);
+  mail.setCommandType(CActionCommand::TYPE_SEND_MAIL);
+  om::server::DurableActionStore(*data_).putCommand(mail);
+  ActionFilter filter;
+  filter.setId(9);
+  om::server::DurableActionStore(*data_).putFilter(filter);
+
+  const std::string files = std::filesystem::path(dir_).parent_path().string() + "/";
+  for (const std::string& store : om::server::transferableStores()) {
+    std::string error;
+    EXPECT_GT(om::server::exportStore(*data_, store, files + store + ".dat", error), 0) << store << ": " << error;
+  }
+  std::string error;
+  std::unique_ptr<DataStore> other = DataStore::open(files + "other", error);
+  ASSERT_NE(other, nullptr) << error;
+  for (const std::string& store : om::server::transferableStores()) {
+    EXPECT_GT(om::server::importStore(*other, store, files + store + ".dat", {}, error), 0) << store << ": " << error;
+  }
+  EXPECT_EQ(contents(*other), contents(*data_));
+
+  // A log file is the records through CObject pointers: the first one opens
+  // with MFC's new-class tag and the class name.
+  std::string head(18, '\0');
+  FILE* file = fopen((files + "logs.dat").c_str(), "rb");
+  ASSERT_NE(file, nullptr);
+  ASSERT_EQ(fread(head.data(), 1, head.size(), file), head.size());
+  fclose(file);
+  EXPECT_EQ(head.substr(0, 2), "\xff\xff");
+  EXPECT_EQ(head.substr(6, 10), "CLogObject");
+
+  // A file cut short, or of another kind of record, changes nothing.
+  std::filesystem::resize_file(files + "subnets.dat", std::filesystem::file_size(files + "subnets.dat") - 2);
+  std::unique_ptr<DataStore> empty = DataStore::open(files + "empty", error);
+  ASSERT_NE(empty, nullptr) << error;
+  EXPECT_EQ(om::server::importStore(*empty, "subnets", files + "subnets.dat", {}, error), -1);
+  EXPECT_NE(error.find("subnets.dat: record 1: "), std::string::npos) << error;
+  EXPECT_EQ(om::server::importStore(*empty, "tasks", files + "logs.dat", {}, error), -1);
+  EXPECT_EQ(om::server::importStore(*empty, "nodes", files + "logs.dat", {}, error), -1);
+  EXPECT_EQ(error, "no store is called 'nodes'");
+  EXPECT_TRUE(contents(*empty).empty());
 }
 
 // A child writes logs and tree nodes and acknowledges each through a pipe
