@@ -2,8 +2,8 @@
 // else an ICMP datagram ("ping") socket, and the reading of both kinds of
 // message such a socket delivers (datagrams and the error queue). Neutral
 // types only, so that Windows-facing sources can use it. Shared by the
-// Winsock layer (raw IPv4 ICMP sockets) and the IP helper library (ICMPv6).
-// Internal to platform/winsock.
+// Winsock layer (raw IPv4 ICMP sockets), the IP helper library (ICMPv6) and
+// the server's echo sweep, which needs one socket for many addresses.
 #ifndef OM_PLATFORM_WINSOCK_ICMPKERNEL_H_
 #define OM_PLATFORM_WINSOCK_ICMPKERNEL_H_
 

@@ -4,11 +4,12 @@
 #include <netdb.h>
 #include <sys/socket.h>
 
-#include <algorithm>
+#include <deque>
 
 #include "config/DefaultValues.h"
 #include "server/NetworkServer.h"
 #include "server/SettingOr.h"
+#include "server/discovery/EchoSweep.h"
 
 namespace {
 
@@ -37,6 +38,51 @@ std::string reverseLookup(const std::string& address) {
   }
   return host;
 }
+
+// Runs the jobs posted to it one after the other, in order, on a thread of
+// its own; the destructor lets it finish them and joins it.
+class SerialWorker {
+ public:
+  SerialWorker() : thread_([this] { work(); }) {}
+  ~SerialWorker() {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      closed_ = true;
+    }
+    ready_.notify_one();
+    thread_.join();
+  }
+  SerialWorker(const SerialWorker&) = delete;
+  SerialWorker& operator=(const SerialWorker&) = delete;
+
+  void post(std::function<void()> job) {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      jobs_.push_back(std::move(job));
+    }
+    ready_.notify_one();
+  }
+
+ private:
+  void work() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+      ready_.wait(lock, [this] { return closed_ || !jobs_.empty(); });
+      if (jobs_.empty()) return;
+      const std::function<void()> job = std::move(jobs_.front());
+      jobs_.pop_front();
+      lock.unlock();
+      job();
+      lock.lock();
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable ready_;
+  std::deque<std::function<void()>> jobs_;
+  bool closed_ = false;
+  std::thread thread_;  // last: it starts once the members it uses are built
+};
 
 }  // namespace
 
@@ -69,10 +115,16 @@ bool subnetAddresses(const std::string& networkId, const std::string& mask, std:
 
 SubnetDiscovery::SubnetDiscovery(NetworkServer& server) : server_(server) {
   lookupName = reverseLookup;
-  echo = [](const std::string& address) {
+  sweepEcho = [this](const std::vector<std::string>& addresses, const EchoReport& report) {
     DefaultValues& settings = *DefaultValues::getDefault();
-    return echoAddress(address, 1000 * settingOr(settings.getTimeoutDiscoverForPing(), 1),
-                       settingOr(settings.getRetryCountDiscoverForPing(), 1));
+    om::server::EchoSweep::Settings options;
+    options.timeoutMs = 1000 * settingOr(settings.getTimeoutDiscoverForPing(), 1);
+    options.tries = settingOr(settings.getRetryCountDiscoverForPing(), 1);
+    options.rate = sweepRate;
+    const auto tell = [&](const om::server::EchoSweep::Outcome& outcome) {
+      report(addresses[outcome.index], outcome.answered);
+    };
+    return om::server::EchoSweep(options).run(addresses, tell, &cancelled_);
   };
 }
 
@@ -116,22 +168,20 @@ void SubnetDiscovery::wait() {
 }
 
 void SubnetDiscovery::sweep(const SubnetBase& subnet, std::vector<std::string> addresses) {
-  std::atomic<size_t> next{0};
-  std::atomic<int> found{0};
-  std::atomic<bool> failed{false};
-  const auto work = [&] {
-    for (size_t i = next++; i < addresses.size() && !cancelled_ && !failed; i = next++) {
-      const EchoResult result = echo(addresses[i]);
-      if (result == EchoResult::kNotSent) failed = true;
-      if (result == EchoResult::kAnswered && addNode(subnet, addresses[i])) ++found;
-    }
-  };
-  std::vector<std::thread> workers;
-  const size_t count = std::min<size_t>(kParallel, addresses.size());
-  for (size_t i = 1; i < count; ++i) workers.emplace_back(work);
-  work();
-  for (std::thread& worker : workers) worker.join();
-  finish(subnet.getName(), found, failed);
+  int found = 0;  // counted on the adder's thread, read once it has ended
+  EchoResult result;
+  {
+    // Nodes are added (and their names looked up) on a thread of their own,
+    // so that the sweep keeps its pace and its time-outs.
+    SerialWorker adder;
+    result = sweepEcho(addresses, [&](const std::string& address, bool answered) {
+      if (!answered) return;
+      adder.post([this, &subnet, &found, address] {
+        if (!cancelled_ && addNode(subnet, address)) ++found;
+      });
+    });
+  }
+  finish(subnet.getName(), found, result == EchoResult::kNotSent);
 }
 
 bool SubnetDiscovery::addNode(const SubnetBase& subnet, const std::string& address) {

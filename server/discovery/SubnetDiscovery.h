@@ -1,9 +1,10 @@
-// SubnetDiscovery: sweeps the addresses of a subnet with ICMP echo, a bounded
-// number at a time, in the background, and adds each node that answers to
-// the network tree under the subnet. A node already known by one of its
-// addresses is updated, never duplicated. The sweep writes a log record when
-// it starts, for each node it adds and when it ends, and keeps the subnet's
-// status (kDiscovering while it runs) and its count of discovered nodes.
+// SubnetDiscovery: sweeps the addresses of a subnet with ICMP echo (one
+// EchoSweep: one socket, a set rate of requests) in the background, and adds
+// each node that answers to the network tree under the subnet as it
+// answers. A node already known by one of its addresses is updated, never
+// duplicated. The sweep writes a log record when it starts, for each node it
+// adds and when it ends, and keeps the subnet's status (kDiscovering while
+// it runs) and its count of discovered nodes.
 #ifndef OM_SERVER_DISCOVERY_SUBNETDISCOVERY_H_
 #define OM_SERVER_DISCOVERY_SUBNETDISCOVERY_H_
 
@@ -28,8 +29,14 @@ class SubnetDiscovery {
   enum Status : int { kIdle = 0, kDiscovering = 1 };
   // The largest subnet swept: 4096 addresses (a /20).
   static constexpr unsigned kMaxAddresses = 4096;
-  // Echo requests in flight at once for one sweep.
-  static constexpr unsigned kParallel = 16;
+  // Echo requests a second of a sweep unless sweepRate says otherwise: a /24
+  // is asked in under a second, a /20 in about fourteen. On the link, each
+  // silent address holds an entry of the kernel's neighbour table for about
+  // three seconds, and the table drops requests once it holds
+  // net.ipv4.neigh.default.gc_thresh3 entries (1024 by default, shared by
+  // the whole host): this rate stays under a third of that limit, so that a
+  // large subnet on the link loses no host that answers.
+  static constexpr unsigned kDefaultSweepRate = 300;
 
   explicit SubnetDiscovery(NetworkServer& server);
   // Cancels the sweeps under way and waits for them.
@@ -47,10 +54,18 @@ class SubnetDiscovery {
   // it answers); true when new.
   bool addNode(const SubnetBase& subnet, const std::string& address);
 
-  // How an address is probed: by default `tries` echo requests
-  // ("RetryCountDiscoverForPing") each waiting "TimeoutDiscoverForPing"
-  // seconds (1 and 1 when not set). Set before the first sweep.
-  std::function<EchoResult(const std::string& address)> echo;
+  // Called once for each address swept, as soon as it is known whether it
+  // answered.
+  using EchoReport = std::function<void(const std::string& address, bool answered)>;
+  // How a subnet's addresses are probed: by default one EchoSweep, each
+  // address sent up to "RetryCountDiscoverForPing" echo requests that each
+  // wait "TimeoutDiscoverForPing" seconds (1 and 1 when not set), at
+  // sweepRate requests a second. kNotSent when no request can be sent at all.
+  // Set before the first sweep.
+  std::function<EchoResult(const std::vector<std::string>& addresses, const EchoReport& report)> sweepEcho;
+  // Echo requests a second of the default sweepEcho (0: no limit). Set
+  // before the first sweep.
+  unsigned sweepRate = kDefaultSweepRate;
   // The host name of an address, for subnets that look names up; empty when
   // there is none. By default the resolver's reverse lookup.
   std::function<std::string(const std::string& address)> lookupName;

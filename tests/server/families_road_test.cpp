@@ -76,9 +76,10 @@ class SubnetRoadTest : public EmbeddedRoadTest {
     state_->subnets = std::make_unique<om::server::MemorySubnetStore>();
     state_->logs = std::make_unique<om::server::MemoryLogStore>();
     // No packet leaves: the sweep asks this instead, and .2 and .5 answer.
-    state_->discovery->echo = [](const std::string& address) {
-      const char last = address.back();
-      return last == '2' || last == '5' ? EchoResult::kAnswered : EchoResult::kSilent;
+    state_->discovery->sweepEcho = [](const std::vector<std::string>& addresses,
+                                      const SubnetDiscovery::EchoReport& report) {
+      for (const std::string& address : addresses) report(address, address.back() == '2' || address.back() == '5');
+      return EchoResult::kAnswered;
     };
     state_->discovery->lookupName = [](const std::string& address) { return "host-" + address; };
   }
@@ -206,7 +207,9 @@ TEST_F(SubnetRoadTest, SweepsThatCannotRunAreRefusedOrStoppedWithAReason) {
             "The subnet cannot be discovered: it has 65534 addresses, more than the 4096 a sweep covers.");
   EXPECT_EQ(messages[1], "The subnet cannot be discovered: the mask 255.0.255.0 is not contiguous.");
 
-  state_->discovery->echo = [](const std::string&) { return EchoResult::kNotSent; };
+  state_->discovery->sweepEcho = [](const std::vector<std::string>&, const SubnetDiscovery::EchoReport&) {
+    return EchoResult::kNotSent;
+  };
   ASSERT_TRUE(WbemSubnetClient(subnet("one", "192.0.2.9", "255.255.255.255"), services()).put());
   ASSERT_TRUE(client.goDiscover("one"));
   state_->discovery->wait();
