@@ -31,16 +31,6 @@ bool answers(const std::string& path) {
   return probe.valid() && connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
-// "" when a socket may be put at `path`: nothing is there, or a socket
-// nobody answers on.
-std::string checkPlace(const std::string& path) {
-  struct stat status;
-  if (lstat(path.c_str(), &status) != 0) return errno == ENOENT ? "" : systemError(path);
-  if (!S_ISSOCK(status.st_mode)) return path + " exists and is not a socket";
-  if (answers(path)) return "another omserver is running on " + path;
-  return "";
-}
-
 std::string makeParent(const std::string& path) {
   const std::filesystem::path parent = std::filesystem::path(path).parent_path();
   if (parent.empty()) return "";
@@ -114,6 +104,14 @@ void describe(TcpListener* listener) {
 }
 
 }  // namespace
+
+std::string checkPlace(const std::string& path) {
+  struct stat status;
+  if (lstat(path.c_str(), &status) != 0) return errno == ENOENT ? "" : systemError(path);
+  if (!S_ISSOCK(status.st_mode)) return path + " exists and is not a socket";
+  if (answers(path)) return "another omserver is running on " + path;
+  return "";
+}
 
 std::string listenUnix(const std::string& path, std::optional<gid_t> group, UniqueFd* fd, std::string* warning) {
   std::string error = makeParent(path);

@@ -14,6 +14,10 @@
 
 namespace omserver {
 
+// "" when a socket may be put at `path`: nothing is there, or a socket
+// nobody answers on; else why not ("another omserver is running on PATH").
+std::string checkPlace(const std::string& path);
+
 // Listens on a Unix stream socket at `path`. Creates the missing parent
 // directory (0755), refuses a path where a server answers ("another omserver
 // is running on PATH") or that is not a socket, and replaces a stale socket

@@ -22,6 +22,7 @@
 #include "CimXmlEndpoint.h"
 #include "ConfigCheck.h"
 #include "HttpServer.h"
+#include "ListenSocket.h"
 #include "ServerOptions.h"
 #include "server/EmbeddedServer.h"
 #include "server/SnmpRequests.h"
@@ -96,6 +97,11 @@ int serveHttp(const ServerOptions& options, const ServerSetup& setup, const sigs
 // Hosts the object manager with the server's providers over the data kept
 // and this machine's network, then serves it.
 int hostNetwork(const ServerOptions& options, const ServerSetup& setup, const sigset_t& signals) {
+  // A second daemon leaves the first one's data alone.
+  if (!options.socketPath.empty()) {
+    const std::string taken = checkPlace(options.socketPath);
+    if (!taken.empty()) return fail(taken, 1);
+  }
   auto network = std::make_shared<NetworkServer>();
   const std::string kept = network->openData(NetworkServer::dataDirectory(), NetworkServer::configuredRetention());
   if (!kept.empty()) return fail(kept, 1);

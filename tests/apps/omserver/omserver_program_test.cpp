@@ -141,6 +141,7 @@ TEST_F(OmserverProgramTest, ItServesBothEndpointsAndStopsOnSigterm) {
 TEST_F(OmserverProgramTest, ASecondServerOnTheSameSocketExitsWith1) {
   const std::string socket = path("run/omserver.sock");
   Program first(OMSERVER, {"--no-network", "--group", "root"}, dir_.path(), errFile_);
+  ASSERT_EQ(first.line(), "omserver: data in " + path("data")) << errors();
   ASSERT_EQ(first.line(), "omserver: listening on unix:" + socket) << errors();
   const std::string secondErrors = path("stderr2");
   Program second(OMSERVER, {"--no-network", "--group", "root"}, dir_.path(), secondErrors);
@@ -183,6 +184,7 @@ TEST_F(OmserverProgramTest, ItTellsSystemdWhenItIsReadyAndWhenItStops) {
   const NotifySocket notify(path("notify"));
   ASSERT_TRUE(notify.bound());
   Program server(OMSERVER, {"--no-network", "--group", "root"}, dir_.path(), errFile_, {"NOTIFY_SOCKET=" + path("notify")});
+  ASSERT_EQ(server.line(), "omserver: data in " + path("data")) << errors();
   ASSERT_EQ(server.line(), "omserver: listening on unix:" + path("run/omserver.sock")) << errors();
   EXPECT_EQ(notify.receive(), "READY=1");
   server.signal(SIGTERM);
