@@ -3,11 +3,17 @@
 #include <om/RegistryStore.h>
 
 #include "config/DefaultValues.h"
+#include "model/SerializableOMNetwork.h"
 #include "server/SettingOr.h"
-
-#include "server/discovery/SubnetDiscovery.h"
 #include "server/TrapLog.h"
+#include "server/discovery/SubnetDiscovery.h"
 #include "server/store/MemoryStores.h"
+#include "server/store/RecordBytes.h"
+
+namespace {
+// The key of the network's record, which keeps the managers' states.
+constexpr char kNetworkKey[] = "network";
+}  // namespace
 
 NetworkServer::NetworkServer()
     : snmp(std::make_unique<om::snmp::SnmpEngine>()),
@@ -36,12 +42,32 @@ std::string NetworkServer::openData(const std::string& dir, const om::server::Re
   actions = std::make_unique<om::server::DurableActionStore>(*opened);
   treeStore = std::move(keptTree);
   data = std::move(opened);
+  std::string bytes;
+  SerializableOMNetwork kept;
+  if (data->read().get(om::server::DataStore::kNetwork, kNetworkKey, bytes) &&
+      om::server::readArchiveBytes(bytes, kept)) {
+    pollingManager = kept.isPollingManager() != 0;
+    autoDiscoverManager = kept.isAutoDiscoverManager() != 0;
+  }
   return "";
 }
 
 std::string NetworkServer::dataDirectory() {
   const tstring configured = DefaultValues::getDefault()->getDataFile();
   return configured.empty() ? om::machineHome() + "/data" : std::string(configured);
+}
+
+void NetworkServer::setManagers(bool polling, bool autoDiscover) {
+  pollingManager = polling;
+  autoDiscoverManager = autoDiscover;
+  if (data == nullptr) return;
+  SerializableOMNetwork record;
+  record.setPollingManager(polling ? 1 : 0);
+  record.setAutoDiscoverManager(autoDiscover ? 1 : 0);
+  const std::string bytes = om::server::archiveBytes(record);
+  data->update([&](om::server::DataStore::Transaction& txn) {
+    return txn.put(om::server::DataStore::kNetwork, kNetworkKey, bytes);
+  });
 }
 
 om::server::Retention NetworkServer::configuredRetention() {

@@ -65,8 +65,12 @@ struct NetworkServer {
   // The retention the settings ask for ("LogMaxNumber", "TaskMaxSample").
   static om::server::Retention configuredRetention();
 
+  // Whether the two managers run; set them with setManagers.
   bool pollingManager = false;
   bool autoDiscoverManager = false;
+  // Sets the managers' states and keeps them with the data, for the next
+  // start. The caller holds `mutex`.
+  void setManagers(bool polling, bool autoDiscover);
   // Probes a node; its new node status. Unset: every node stays unknown.
   std::function<int(const NetworkObjectBase& node)> poll;
   // The ports a node has; unset: none are found.

@@ -40,8 +40,7 @@ HRESULT OMNetworkService::PutInstanceAsync(IWbemClassObject* instance, long, IWb
   if (!network.getFromInstance(instance)) return finish(sink, WBEM_E_INVALID_PARAMETER);
   if (network.getName() != WbemOMNetwork::networkName()) return finish(sink, WBEM_E_NOT_FOUND);
   std::lock_guard<std::mutex> lock(server_->mutex);
-  server_->pollingManager = network.isPollingManager();
-  server_->autoDiscoverManager = network.isAutoDiscoverManager();
+  server_->setManagers(network.isPollingManager(), network.isAutoDiscoverManager());
   return finish(sink, WBEM_S_NO_ERROR);
 }
 
@@ -60,7 +59,10 @@ HRESULT OMNetworkService::switchManager(bool NetworkServer::*state, IWbemContext
   if (SUCCEEDED(hr)) {
     {
       std::lock_guard<std::mutex> lock(server_->mutex);
-      (*server_).*state = start;
+      bool polling = server_->pollingManager;
+      bool autoDiscover = server_->autoDiscoverManager;
+      (state == &NetworkServer::pollingManager ? polling : autoDiscover) = start;
+      server_->setManagers(polling, autoDiscover);
     }
     hr = method.indicate(true);
   }

@@ -17,6 +17,7 @@
 
 #include "model/NetworkPath.h"
 #include "model/SerializableNetObj.h"
+#include "server/NetworkServer.h"
 #include "server/store/ArchiveTransfer.h"
 #include "server/store/DataStore.h"
 #include "server/store/DurableStores.h"
@@ -338,6 +339,34 @@ TEST_F(DurableStoreTest, SubnetRenameKeepsTheRecordAndRefusesATakenName) {
   EXPECT_EQ(renamed.getNetworkID(), "10.2.0.0");
   EXPECT_FALSE(subnets.find("a", renamed));
   EXPECT_EQ(subnets.list().size(), 2u);
+}
+
+TEST_F(DurableStoreTest, TheServerTakesUpItsTreeLogsAndManagersAgain) {
+  const std::string dir = dir_;
+  data_.reset();
+  {
+    NetworkServer server;
+    ASSERT_EQ(server.openData(dir, {}), "");
+    std::lock_guard<std::mutex> lock(server.mutex);
+    ASSERT_TRUE(server.tree.add(NetworkTree::physicalRootPath(), node("lab", kObjectTypeSubnet)));
+    server.setManagers(true, false);
+    server.setManagers(true, true);
+    server.setManagers(false, true);
+  }
+  {
+    NetworkServer server;
+    server.writeLog(logRecord("before"));  // in memory: the data store replaces it
+    ASSERT_EQ(server.openData(dir, {}), "");
+    EXPECT_FALSE(server.pollingManager);
+    EXPECT_TRUE(server.autoDiscoverManager);
+    EXPECT_NE(server.tree.find("lab"), nullptr);
+    EXPECT_EQ(server.writeLog(logRecord("kept")), 1u);
+  }
+  NetworkServer server;
+  ASSERT_EQ(server.openData(dir, {}), "");
+  EXPECT_EQ(messages(*server.logs), (std::vector<std::string>{"1:kept"}));
+  // A folder that cannot be made leaves the server as it was.
+  EXPECT_NE(NetworkServer().openData("/proc/no-such/data", {}), "");
 }
 
 // Every key and value of every table.
