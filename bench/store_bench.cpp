@@ -85,10 +85,10 @@ void BM_ServerLogWrite(benchmark::State& state) {
       return;
     }
     Deliverer deliverer;
-    server.setLogListener([&](const CLogObject& written) { deliverer.push(written); });
+    const int listener = server.addLogListener([&](const CLogObject& written) { deliverer.push(written); });
     int i = 0;
     for (auto _ : state) benchmark::DoNotOptimize(server.writeLog(record(i++)));
-    server.setLogListener(nullptr);
+    server.removeLogListener(listener);
   }
   std::filesystem::remove_all(dir);
   state.SetItemsProcessed(state.iterations());

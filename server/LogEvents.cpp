@@ -6,10 +6,10 @@
 
 LogEvents::LogEvents(IWbemServices* services, std::shared_ptr<NetworkServer> server)
     : services_(services), server_(std::move(server)), event_(services) {
-  server_->setLogListener([this](const CLogObject& record) { fire(record); });
+  listener_ = server_->addLogListener([this](const CLogObject& record) { fire(record); });
 }
 
-LogEvents::~LogEvents() { server_->setLogListener(nullptr); }
+LogEvents::~LogEvents() { server_->removeLogListener(listener_); }
 
 void LogEvents::fire(const CLogObject& record) {
   if (eventClass_ == nullptr &&

@@ -29,6 +29,7 @@ class LogEvents {
 
   CComPtr<IWbemServices> services_;
   std::shared_ptr<NetworkServer> server_;
+  int listener_ = 0;  // its number among the server's log listeners
   CComPtr<IWbemClassObject> eventClass_;
   WbemLogObjectEvent event_;
 };

@@ -156,13 +156,21 @@ DWORD NetworkServer::writeLog(CLogObject record) {
   std::lock_guard<std::mutex> lock(logMutex_);
   bool added = false;
   const DWORD identifier = logs->put(record, &added);
-  if (added && logListener_) logListener_(record);
+  if (added) {
+    for (const auto& [number, listener] : logListeners_) listener(record);
+  }
   return identifier;
 }
 
-void NetworkServer::setLogListener(std::function<void(const CLogObject& record)> listener) {
+int NetworkServer::addLogListener(LogListener listener) {
   std::lock_guard<std::mutex> lock(logMutex_);
-  logListener_ = std::move(listener);
+  logListeners_.emplace(nextLogListener_, std::move(listener));
+  return nextLogListener_++;
+}
+
+void NetworkServer::removeLogListener(int number) {
+  std::lock_guard<std::mutex> lock(logMutex_);
+  logListeners_.erase(number);
 }
 
 DWORD NetworkServer::writeLog(log_def::tagLOGTYPE type, log_def::tagLOGSUBTYPE subType,

@@ -121,9 +121,13 @@ struct NetworkServer {
   // the target's kind and name.
   DWORD writeLog(log_def::tagLOGTYPE type, log_def::tagLOGSUBTYPE subType, log_def::tagTARGETTYPE target,
                  const std::string& name, const std::string& message);
-  // Sets what hears each new log record (null: nothing); it must not write
-  // to the log itself.
-  void setLogListener(std::function<void(const CLogObject& record)> listener);
+  // Adds something that hears each new log record, after those added
+  // before it; it must not write to the log itself (it may hand the record
+  // to another thread that does). Returns its number for removeLogListener,
+  // which returns once no call of it is under way.
+  using LogListener = std::function<void(const CLogObject& record)>;
+  int addLogListener(LogListener listener);
+  void removeLogListener(int number);
 
   // Sweeps subnets and adds the nodes that answer (destroyed first, so that
   // a sweep under way ends before the stores go).
@@ -133,7 +137,8 @@ struct NetworkServer {
   mutable std::mutex trapNamesMutex_;
   std::map<std::string, std::string> trapNames_;
   std::mutex logMutex_;
-  std::function<void(const CLogObject& record)> logListener_;
+  std::map<int, LogListener> logListeners_;
+  int nextLogListener_ = 1;
 };
 
 #endif  // OM_SERVER_NETWORKSERVER_H_
