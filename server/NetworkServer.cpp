@@ -7,6 +7,7 @@
 #include "server/SettingOr.h"
 #include "server/TrapLog.h"
 #include "server/discovery/SubnetDiscovery.h"
+#include "server/polling/PollingManager.h"
 #include "server/store/MemoryStores.h"
 #include "server/store/RecordBytes.h"
 
@@ -23,7 +24,8 @@ NetworkServer::NetworkServer()
       logs(std::make_unique<om::server::MemoryLogStore>()),
       mib(std::make_unique<om::server::MemoryMibStore>()),
       actions(std::make_unique<om::server::MemoryActionStore>()),
-      discovery(std::make_unique<SubnetDiscovery>(*this)) {}
+      discovery(std::make_unique<SubnetDiscovery>(*this)),
+      polling(std::make_unique<om::server::PollingManager>(*this)) {}
 
 std::string NetworkServer::openData(const std::string& dir, const om::server::Retention& retention) {
   std::string error;
@@ -53,8 +55,10 @@ std::string NetworkServer::openData(const std::string& dir, const om::server::Re
 }
 
 std::string NetworkServer::dataDirectory() {
-  const tstring configured = DefaultValues::getDefault()->getDataFile();
-  return configured.empty() ? om::machineHome() + "/data" : std::string(configured);
+  // Only a folder named from the root counts: an installation may have
+  // left the name of a file of another system there.
+  const std::string configured = DefaultValues::getDefault()->getDataFile();
+  return configured.empty() || configured[0] != '/' ? om::machineHome() + "/data" : configured;
 }
 
 void NetworkServer::setManagers(bool polling, bool autoDiscover) {
@@ -115,6 +119,56 @@ bool NetworkServer::copyObject(const std::string& key, Lookup how, NetworkObject
   if (found == nullptr && how != Lookup::kName) found = tree.findByAddress(key);
   if (found != nullptr) out = *found;
   return found != nullptr;
+}
+
+namespace {
+
+// The log record of a node's new status.
+CLogObject statusRecord(const NetworkObjectBase& node) {
+  CLogObject record;
+  record.setLevel(log_def::LOGLEVEL_PROGRESS);
+  record.setTime(CTime::GetCurrentTime());
+  record.setTargetType(log_def::TARGETTYPE_DEVICE);
+  record.setInternalName(node.getName().c_str());
+  record.setDisplayName((node.getDisplayName().empty() ? node.getName() : node.getDisplayName()).c_str());
+  record.setAddress(node.getIpAddress().c_str());
+  record.setSysObjectId(node.getSysObjectID().c_str());
+  const std::string& name = node.getName();
+  switch (node.getNodeStatus()) {
+    case NetworkServer::kNodeUp:
+      record.setType(log_def::LOGTYPE_INFORMATION);
+      record.setSubType(log_def::LOGSUBTYPE_UP);
+      record.setMessage((name + " is up: it answers ICMP echo.").c_str());
+      break;
+    case NetworkServer::kNodeDown:
+      record.setType(log_def::LOGTYPE_ERROR);
+      record.setSubType(log_def::LOGSUBTYPE_DOWN);
+      record.setMessage((name + " is down: no answer to ICMP echo.").c_str());
+      break;
+    default:
+      record.setType(log_def::LOGTYPE_ERROR);
+      record.setSubType(log_def::LOGSUBTYPE_NO_RESPONSE);
+      record.setMessage((name + " cannot be polled: no echo request could be sent to it.").c_str());
+      break;
+  }
+  return record;
+}
+
+}  // namespace
+
+bool NetworkServer::setNodeStatus(const std::string& name, int status) {
+  NetworkObjectBase node;
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    const NetworkObjectBase* found = tree.find(name);
+    if (found == nullptr) return false;
+    if (found->getNodeStatus() == status) return true;
+    node = *found;
+    node.setNodeStatus(status);
+    tree.update(node);
+  }
+  writeLog(statusRecord(node));
+  return true;
 }
 
 bool NetworkServer::isSubnet(const std::string& name) const {

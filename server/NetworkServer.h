@@ -29,6 +29,9 @@
 #include "server/store/TaskStore.h"
 
 class SubnetDiscovery;
+namespace om::server {
+class PollingManager;
+}
 
 struct NetworkServer {
   // Node status values this server gives.
@@ -60,7 +63,7 @@ struct NetworkServer {
   // else why not (the stores then stay as they were).
   std::string openData(const std::string& dir, const om::server::Retention& retention);
   // Where the server keeps its data: the folder the "DataFile" setting
-  // names, else $OMLIB_HOME/data.
+  // names when it is an absolute path, else $OMLIB_HOME/data.
   static std::string dataDirectory();
   // The retention the settings ask for ("LogMaxNumber", "TaskMaxSample").
   static om::server::Retention configuredRetention();
@@ -109,6 +112,10 @@ struct NetworkServer {
   // false when another kind of object has its name. The caller holds
   // `mutex`.
   bool putSubnet(const SubnetBase& subnet);
+  // Sets the node's status and, when it changed, logs the change (up, down,
+  // or unknown: it could not be polled). False when there is no such
+  // object. Takes `mutex`.
+  bool setNodeStatus(const std::string& name, int status);
   // Whether the tree's object of that name is a subnet; the caller holds
   // `mutex`.
   bool isSubnet(const std::string& name) const;
@@ -132,6 +139,9 @@ struct NetworkServer {
   // Sweeps subnets and adds the nodes that answer (destroyed first, so that
   // a sweep under way ends before the stores go).
   std::unique_ptr<SubnetDiscovery> discovery;
+  // Polls the nodes while pollingManager is on, once started (destroyed
+  // before everything it uses).
+  std::unique_ptr<om::server::PollingManager> polling;
 
  private:
   mutable std::mutex trapNamesMutex_;

@@ -90,12 +90,7 @@ bool forcePolling(NetworkServer& server, const std::string& name) {
     node = *found;
   }
   const int status = server.poll(node);
-  std::lock_guard<std::mutex> lock(server.mutex);
-  const NetworkObjectBase* found = server.tree.find(name);
-  if (found == nullptr) return false;
-  node = *found;
-  node.setNodeStatus(status);
-  return server.tree.update(node) && status != NetworkServer::kNodeUnknown;
+  return server.setNodeStatus(name, status) && status != NetworkServer::kNodeUnknown;
 }
 
 // Lists the ports the server finds under every path of the node.
