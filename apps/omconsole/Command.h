@@ -76,6 +76,7 @@ int runMib(ConsoleSession& session, const Args& args);
 int runAction(ConsoleSession& session, const Args& args);
 int runFilter(ConsoleSession& session, const Args& args);
 int runTraps(ConsoleSession& session, const Args& args);
+int runStatus(ConsoleSession& session, const Args& args);
 
 }  // namespace omconsole
 

@@ -117,6 +117,10 @@ const Command kCommands[] = {
      "server status                     which server this console reaches (--server HOST, the local\n"
      "server ... daemon or its own embedded one) and whether it answers",
      runServer, nullptr, nullptr},
+    {"status",
+     "status [--logs N]                 the tree with each node's status and the newest log records (an\n"
+     "status ... embedded server polls every node once first); what omconsole alone runs",
+     nullptr, runStatus, nullptr},
     {"shell",
      "shell                             command lines from standard input, all against one server (exit, quit: end)",
      runShell, nullptr, nullptr},
@@ -194,6 +198,8 @@ int runCommandLine(const Args& words, ConsoleSession& session) {
   }
   if (isHelp(name)) {
     printUsage();
+    emit("\n");
+    printStatus();
     return 0;
   }
   return fail("unknown command '" + name + "'", 2);
@@ -203,21 +209,12 @@ int runCommandLine(const Args& words, ConsoleSession& session) {
 
 int main(int argc, char** argv) {
   using namespace omconsole;
-  if (argc < 2) {
-    printUsage();
-    std::cout << "\n";
-    printStatus();
-    return 0;
-  }
   Args words(argv + 1, argv + argc);
   std::string host;
   std::string user;
   if (!takeServerOptions(&words, &host, &user)) return 2;
   ConsoleSession::useServer(ServerChoice::choose(host, user));
-  if (words.empty()) {
-    printUsage();
-    return 2;
-  }
+  if (words.empty()) words.push_back("status");  // the server's main job
   if (findCommand(words[0]) == nullptr && !isHelp(words[0])) printUsage();
   ConsoleSession session;
   return runCommandLine(words, session);

@@ -99,4 +99,33 @@ TEST_F(ShellConsoleTest, HelpListsEveryFamilyAndTheShell) {
   EXPECT_EQ(out_, out);
 }
 
+TEST_F(ShellConsoleTest, StatusPollsTheEmbeddedServerAndOmconsoleAloneShowsIt) {
+  std::string out, err;
+  ASSERT_EQ(console("status", &out, &err), 0) << err;
+  EXPECT_EQ(out.rfind("server: a server embedded in this console", 0), 0u) << out;
+  EXPECT_NE(out.find("\ndata: " + dir_ + "/data\npolled "), std::string::npos) << out;
+  // This host, under each of its subnets, with the status the poll gave it;
+  // a change from unknown is the one record logged.
+  const size_t at = out.find("\n    ");
+  ASSERT_NE(at, std::string::npos) << out;
+  const std::string line = out.substr(at + 5, out.find('\n', at + 1) - at - 5);
+  const std::string name = line.substr(0, line.find("  "));
+  const std::string state = line.substr(name.size() + 2, line.find(' ', name.size() + 2) - name.size() - 2);
+  ASSERT_TRUE(state == "up" || state == "down" || state == "unknown") << line;
+  const std::string logs = out.substr(out.find("newest log records:\n"));
+  if (state == "unknown") {
+    EXPECT_EQ(logs, "newest log records:\n");
+  } else {
+    EXPECT_EQ(occurrences(logs, "\n"), 2u) << logs;
+    EXPECT_NE(logs.find(name + " is " + state), std::string::npos) << logs;
+  }
+  // omconsole alone runs the same; the status kept from the run before has
+  // not changed, so nothing more is logged.
+  std::string again;
+  ASSERT_EQ(console("", &again, &err), 0) << err;
+  EXPECT_EQ(again.substr(again.find("newest log records:\n")), logs);
+  EXPECT_EQ(console("status --logs many", &out, &err), 2);
+  EXPECT_EQ(err, "omconsole: usage: omconsole status [--logs N]\n");
+}
+
 }  // namespace

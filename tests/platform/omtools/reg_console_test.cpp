@@ -42,7 +42,7 @@ std::string readFile(const std::filesystem::path& path) {
 class RegConsole : public regtest::RegistryTest {};
 
 TEST_F(RegConsole, SetGetListDelete) {
-  ConsoleRun run = console({});
+  ConsoleRun run = console({"help"});
   EXPECT_EQ(run.status, 0);
   EXPECT_NE(run.out.find("registry: HKEY_LOCAL_MACHINE\\SOFTWARE\\Velmoran\\OrvaManager does not exist yet"),
             std::string::npos)
@@ -72,7 +72,7 @@ TEST_F(RegConsole, SetGetListDelete) {
             "表示\\\n"
             "DataFile\tREG_SZ\tC:\\データ\\om.dat\n"
             "ServerPort\tREG_DWORD\t0x00001f90 (8080)\n");
-  run = console({});
+  run = console({"help"});
   EXPECT_NE(run.out.find("registry: HKEY_LOCAL_MACHINE\\SOFTWARE\\Velmoran\\OrvaManager holds 2 values and 1 subkey"),
             std::string::npos)
       << run.out;
