@@ -7,6 +7,7 @@
 #include "server/SettingOr.h"
 #include "server/TrapLog.h"
 #include "server/discovery/SubnetDiscovery.h"
+#include "server/actions/ActionRunner.h"
 #include "server/polling/PollingManager.h"
 #include "server/store/MemoryStores.h"
 #include "server/store/RecordBytes.h"
@@ -82,8 +83,18 @@ om::server::Retention NetworkServer::configuredRetention() {
   return retention;
 }
 
+void NetworkServer::start() {
+  polling->start();
+  actionRunner = std::make_unique<om::server::ActionRunner>(*this);
+}
+
 NetworkServer::~NetworkServer() {
-  trapReceiver.reset();  // its records go to the log, which goes before it
+  // What writes to or listens to the log ends first: the log's lock and its
+  // listeners are members that go before the public ones.
+  actionRunner.reset();
+  polling.reset();
+  discovery.reset();
+  trapReceiver.reset();
 }
 
 size_t NetworkServer::loadMib(const std::vector<std::string>& folders) {

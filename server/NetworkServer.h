@@ -30,6 +30,7 @@
 
 class SubnetDiscovery;
 namespace om::server {
+class ActionRunner;
 class PollingManager;
 }
 
@@ -142,6 +143,12 @@ struct NetworkServer {
   // Polls the nodes while pollingManager is on, once started (destroyed
   // before everything it uses).
   std::unique_ptr<om::server::PollingManager> polling;
+  // Carries out the actions the filters select for new log records, once
+  // started (destroyed first).
+  std::unique_ptr<om::server::ActionRunner> actionRunner;
+  // Starts the server's own work: the polling manager's thread and the
+  // action runner. Call once, after openData and before serving.
+  void start();
 
  private:
   mutable std::mutex trapNamesMutex_;

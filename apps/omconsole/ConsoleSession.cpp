@@ -7,7 +7,6 @@
 #include "MethodCall.h"
 #include "server/EmbeddedServer.h"
 #include "server/discovery/LocalNetwork.h"
-#include "server/polling/PollingManager.h"
 #include "server/SnmpRequests.h"
 #include "wbem/WbemClient.h"
 #include "wbem/WbemConnect.h"
@@ -69,7 +68,7 @@ std::string ConsoleSession::startEmbedded() {
   const std::string kept = network_->openData(NetworkServer::dataDirectory(), NetworkServer::configuredRetention());
   if (!kept.empty()) return "the embedded server cannot keep its data: " + kept;
   addLocalNetwork(*network_);
-  network_->polling->start();
+  network_->start();
   network_->loadMib(om::server::mibFolders());
   server_ = std::make_unique<EmbeddedServer>(network_);
   const HRESULT started = server_->start();

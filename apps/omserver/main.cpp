@@ -27,7 +27,6 @@
 #include "server/EmbeddedServer.h"
 #include "server/SnmpRequests.h"
 #include "server/discovery/LocalNetwork.h"
-#include "server/polling/PollingManager.h"
 
 namespace omserver {
 namespace {
@@ -108,7 +107,7 @@ int hostNetwork(const ServerOptions& options, const ServerSetup& setup, const si
   if (!kept.empty()) return fail(kept, 1);
   std::cout << "omserver: data in " << network->data->directory() << std::endl;
   addLocalNetwork(*network);
-  network->polling->start();
+  network->start();
   network->loadMib(om::server::mibFolders());
   EmbeddedServer embedded(network);
   const HRESULT started = embedded.start();

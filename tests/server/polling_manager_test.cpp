@@ -2,11 +2,15 @@
 // the test controls: statuses follow the answers, each change is logged once
 // with the node's address and sysObjectID, nodes sharing an address are
 // asked once, a sweep that cannot send leaves nodes unknown, and the manager
-// polls by itself only while it is switched on.
+// polls by itself only while it is switched on; a node that goes down sets
+// off the action of a filter on "down".
 #include <gtest/gtest.h>
+
+#include <stdlib.h>
 
 #include <algorithm>
 #include <condition_variable>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <set>
@@ -14,6 +18,7 @@
 #include <vector>
 
 #include "server/NetworkServer.h"
+#include "server/actions/ActionRunner.h"
 #include "server/polling/PollingManager.h"
 
 namespace {
@@ -128,6 +133,30 @@ TEST_F(PollingManagerTest, TheManagerPollsByItselfOnlyWhileSwitchedOn) {
     return true;
   });
   EXPECT_EQ(status("a"), NetworkServer::kNodeUp);
+}
+
+TEST_F(PollingManagerTest, ANodeGoingDownRunsTheActionOfAFilterOnDown) {
+  char dir[] = "/tmp/om-poll-action-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  CActionCommand touch;
+  touch.setId(1);
+  touch.setServerSide(true);
+  touch.setCommand("/usr/bin/touch");
+  touch.setParam(std::string(dir) + "/%name%-went-down");
+  server_.actions->putCommand(touch);
+  ActionFilter onDown;
+  onDown.setId(1);
+  onDown.setLogSubType(log_def::LOGSUBTYPE_DOWN);
+  onDown.setActionId(1);
+  onDown.addFlags(ActionFilter::FLAG_LOG_SUBTYPE | ActionFilter::FLAG_ACTION_ID);
+  server_.actions->putFilter(onDown);
+  server_.start();
+  server_.polling->pollOnce();
+  server_.actionRunner->drain();
+  EXPECT_TRUE(std::filesystem::exists(std::string(dir) + "/b-went-down"));
+  EXPECT_TRUE(std::filesystem::exists(std::string(dir) + "/v6-went-down"));
+  EXPECT_FALSE(std::filesystem::exists(std::string(dir) + "/a-went-down")) << "a is up";
+  std::filesystem::remove_all(dir);
 }
 
 }  // namespace
