@@ -9,6 +9,7 @@
 #include "server/discovery/SubnetDiscovery.h"
 #include "server/actions/ActionRunner.h"
 #include "server/polling/PollingManager.h"
+#include "server/tasks/TaskSampler.h"
 #include "server/store/MemoryStores.h"
 #include "server/store/RecordBytes.h"
 
@@ -83,14 +84,19 @@ om::server::Retention NetworkServer::configuredRetention() {
   return retention;
 }
 
-void NetworkServer::start() {
+void NetworkServer::start(bool sampleTasks) {
   polling->start();
   actionRunner = std::make_unique<om::server::ActionRunner>(*this);
+  if (sampleTasks) {
+    taskSampler = std::make_unique<om::server::TaskSampler>(*this);
+    taskSampler->start();
+  }
 }
 
 NetworkServer::~NetworkServer() {
   // What writes to or listens to the log ends first: the log's lock and its
   // listeners are members that go before the public ones.
+  taskSampler.reset();
   actionRunner.reset();
   polling.reset();
   discovery.reset();

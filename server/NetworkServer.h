@@ -32,6 +32,7 @@ class SubnetDiscovery;
 namespace om::server {
 class ActionRunner;
 class PollingManager;
+class TaskSampler;
 }
 
 struct NetworkServer {
@@ -146,9 +147,13 @@ struct NetworkServer {
   // Carries out the actions the filters select for new log records, once
   // started (destroyed first).
   std::unique_ptr<om::server::ActionRunner> actionRunner;
-  // Starts the server's own work: the polling manager's thread and the
-  // action runner. Call once, after openData and before serving.
-  void start();
+  // Samples the running polling tasks, once started with them.
+  std::unique_ptr<om::server::TaskSampler> taskSampler;
+  // Starts the server's own work: the polling manager's thread, the action
+  // runner and, with `sampleTasks`, the task sampler. The daemon samples
+  // tasks; a console's embedded server, which lives for one command or one
+  // shell, leaves them to it. Call once, after openData and before serving.
+  void start(bool sampleTasks);
 
  private:
   mutable std::mutex trapNamesMutex_;

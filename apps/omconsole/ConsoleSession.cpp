@@ -68,7 +68,7 @@ std::string ConsoleSession::startEmbedded() {
   const std::string kept = network_->openData(NetworkServer::dataDirectory(), NetworkServer::configuredRetention());
   if (!kept.empty()) return "the embedded server cannot keep its data: " + kept;
   addLocalNetwork(*network_);
-  network_->start();
+  network_->start(false);
   network_->loadMib(om::server::mibFolders());
   server_ = std::make_unique<EmbeddedServer>(network_);
   const HRESULT started = server_->start();

@@ -107,7 +107,7 @@ int hostNetwork(const ServerOptions& options, const ServerSetup& setup, const si
   if (!kept.empty()) return fail(kept, 1);
   std::cout << "omserver: data in " << network->data->directory() << std::endl;
   addLocalNetwork(*network);
-  network->start();
+  network->start(true);
   network->loadMib(om::server::mibFolders());
   EmbeddedServer embedded(network);
   const HRESULT started = embedded.start();

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "server/tasks/TaskSampler.h"
 #include "wbem/WbemTaskManager.h"
 
 namespace {
@@ -53,6 +54,7 @@ TaskService::Result TaskService::start(const std::string& name, bool restart) {
     }
   });
   if (!found) return kNoSuchTask;
+  if (server_->taskSampler) server_->taskSampler->wake();
   log(log_def::LOGSUBTYPE_START, name, restart ? "Task restarted." : "Task started.");
   return kDone;
 }

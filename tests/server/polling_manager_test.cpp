@@ -150,7 +150,7 @@ TEST_F(PollingManagerTest, ANodeGoingDownRunsTheActionOfAFilterOnDown) {
   onDown.setActionId(1);
   onDown.addFlags(ActionFilter::FLAG_LOG_SUBTYPE | ActionFilter::FLAG_ACTION_ID);
   server_.actions->putFilter(onDown);
-  server_.start();
+  server_.start(false);
   server_.polling->pollOnce();
   server_.actionRunner->drain();
   EXPECT_TRUE(std::filesystem::exists(std::string(dir) + "/b-went-down"));
