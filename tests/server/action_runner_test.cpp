@@ -16,6 +16,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -331,6 +332,17 @@ class ActionRunnerTest : public ::testing::Test {
     }
     return out;
   }
+  // The runner's messages by action; with `type`, each record must be of it.
+  std::map<int, std::string> messagesByAction(std::optional<log_def::tagLOGTYPE> type = std::nullopt) const {
+    std::map<int, std::string> messages;
+    for (const CLogObject& record : actionRecords()) {
+      messages[record.getActionId()] = std::string(record.getMessage());
+      if (type) {
+        EXPECT_EQ(record.getType(), *type);
+      }
+    }
+    return messages;
+  }
   std::string messageOfOnly() const {
     const std::vector<CLogObject> records = actionRecords();
     EXPECT_EQ(records.size(), 1u);
@@ -453,11 +465,7 @@ TEST_F(ActionRunnerTest, AHangingProgramIsKilledAfterTheTimeOut) {
   server_.writeLog(nodeDown("n1"));
   runner.drain();
 
-  std::map<int, std::string> messages;
-  for (const CLogObject& record : actionRecords()) {
-    messages[record.getActionId()] = std::string(record.getMessage());
-    EXPECT_EQ(record.getType(), log_def::LOGTYPE_ERROR);
-  }
+  std::map<int, std::string> messages = messagesByAction(log_def::LOGTYPE_ERROR);
   EXPECT_EQ(messages[1], "Action 1 (hang): sleep was killed after 0.2 s.");
   EXPECT_EQ(messages[2], "Action 2 (stubborn): /bin/sh was killed after 0.2 s.\nwaiting");
   EXPECT_EQ(messages.size(), 2u);
@@ -505,8 +513,7 @@ TEST_F(ActionRunnerTest, BeyondTheLimitProgramsWaitForTheirTurn) {
   ActionRunner runner(server_, options);
   server_.writeLog(nodeDown("n1"));
   runner.drain();
-  std::map<int, std::string> messages;
-  for (const CLogObject& record : actionRecords()) messages[record.getActionId()] = std::string(record.getMessage());
+  std::map<int, std::string> messages = messagesByAction();
   EXPECT_EQ(messages[1], "Action 1 (a): /bin/sh was killed after 0.3 s.");
   EXPECT_EQ(messages[2], "Action 2 (b): /bin/sh exited with status 0.");
   EXPECT_EQ(messages.size(), 2u);
@@ -524,11 +531,7 @@ TEST_F(ActionRunnerTest, ABadCommandLineIsLoggedAndRunsNothing) {
   ActionRunner runner(server_);
   server_.writeLog(nodeDown("n1"));
   runner.drain();
-  std::map<int, std::string> messages;
-  for (const CLogObject& record : actionRecords()) {
-    messages[record.getActionId()] = std::string(record.getMessage());
-    EXPECT_EQ(record.getType(), log_def::LOGTYPE_ERROR);
-  }
+  std::map<int, std::string> messages = messagesByAction(log_def::LOGTYPE_ERROR);
   EXPECT_EQ(messages[1], "Action 1 (missing): /no/such/program could not start: No such file or directory.");
   EXPECT_EQ(messages[2], "Action 2 (unclosed): its command line has a quote that is not closed.");
   EXPECT_EQ(messages[3], "Action 3 (empty): its command line is empty.");
@@ -606,11 +609,7 @@ TEST_F(ActionRunnerTest, BuiltInServerTypesAreNotAvailable) {
   ActionRunner runner(server_);
   server_.writeLog(nodeDown("n1"));
   runner.drain();
-  std::map<int, std::string> messages;
-  for (const CLogObject& record : actionRecords()) {
-    messages[record.getActionId()] = std::string(record.getMessage());
-    EXPECT_EQ(record.getType(), log_def::LOGTYPE_ERROR);
-  }
+  std::map<int, std::string> messages = messagesByAction(log_def::LOGTYPE_ERROR);
   ASSERT_EQ(messages.size(), 4u);
   EXPECT_EQ(om::cp932ToUtf8(messages[8]),
             "Action 8 (mail) cannot run: メール送信 (type 8) is not available on this server.");
