@@ -4,6 +4,8 @@
 
 #include "config/DefaultValues.h"
 #include "server/ServerProviders.h"
+#include "server/SnmpRequests.h"
+#include "server/discovery/LocalNetwork.h"
 
 HRESULT EmbeddedServer::start() {
   // The settings object is made once, before the providers' threads read it.
@@ -25,4 +27,13 @@ void EmbeddedServer::stop() {
     registered_ = false;
   }
   root_.disconnect();
+}
+
+std::string prepareNetwork(NetworkServer& network, bool sampleTasks) {
+  const std::string kept = network.openData(NetworkServer::dataDirectory(), NetworkServer::configuredRetention());
+  if (!kept.empty()) return kept;
+  addLocalNetwork(network);
+  network.start(sampleTasks);
+  network.loadMib(om::server::mibFolders());
+  return "";
 }

@@ -6,6 +6,7 @@
 #define OM_SERVER_EMBEDDEDSERVER_H_
 
 #include <memory>
+#include <string>
 
 #include "server/LogEvents.h"
 #include "server/NetworkServer.h"
@@ -32,6 +33,12 @@ class EmbeddedServer {
   std::unique_ptr<LogEvents> events_;
   bool registered_ = false;
 };
+
+// Readies `network` as the daemon and a console's embedded server run it:
+// the data kept in its folder, this machine's own subnets and interfaces,
+// its work started (tasks sampled with `sampleTasks`) and the MIB modules
+// read. Empty when done, else why not.
+std::string prepareNetwork(NetworkServer& network, bool sampleTasks);
 
 // The product's class definitions (MOF text, UTF-8), built into the program.
 extern const char kOrvaManagerMof[];

@@ -6,8 +6,6 @@
 #include "Command.h"
 #include "MethodCall.h"
 #include "server/EmbeddedServer.h"
-#include "server/discovery/LocalNetwork.h"
-#include "server/SnmpRequests.h"
 #include "wbem/WbemClient.h"
 #include "wbem/WbemConnect.h"
 
@@ -65,11 +63,8 @@ std::string ConsoleSession::start() {
 
 std::string ConsoleSession::startEmbedded() {
   network_ = std::make_shared<NetworkServer>();
-  const std::string kept = network_->openData(NetworkServer::dataDirectory(), NetworkServer::configuredRetention());
-  if (!kept.empty()) return "the embedded server cannot keep its data: " + kept;
-  addLocalNetwork(*network_);
-  network_->start(false);
-  network_->loadMib(om::server::mibFolders());
+  const std::string prepared = prepareNetwork(*network_, false);
+  if (!prepared.empty()) return "the embedded server cannot start: " + prepared;
   server_ = std::make_unique<EmbeddedServer>(network_);
   const HRESULT started = server_->start();
   return FAILED(started) ? "the embedded server cannot start: " + statusName(started) : "";

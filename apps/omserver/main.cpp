@@ -25,8 +25,6 @@
 #include "ListenSocket.h"
 #include "ServerOptions.h"
 #include "server/EmbeddedServer.h"
-#include "server/SnmpRequests.h"
-#include "server/discovery/LocalNetwork.h"
 
 namespace omserver {
 namespace {
@@ -103,12 +101,9 @@ int hostNetwork(const ServerOptions& options, const ServerSetup& setup, const si
     if (!taken.empty()) return fail(taken, 1);
   }
   auto network = std::make_shared<NetworkServer>();
-  const std::string kept = network->openData(NetworkServer::dataDirectory(), NetworkServer::configuredRetention());
-  if (!kept.empty()) return fail(kept, 1);
+  const std::string prepared = prepareNetwork(*network, true);
+  if (!prepared.empty()) return fail(prepared, 1);
   std::cout << "omserver: data in " << network->data->directory() << std::endl;
-  addLocalNetwork(*network);
-  network->start(true);
-  network->loadMib(om::server::mibFolders());
   EmbeddedServer embedded(network);
   const HRESULT started = embedded.start();
   if (FAILED(started)) return fail("the object manager cannot start: " + hresultText(started), 1);
