@@ -140,7 +140,7 @@ HttpReply tooLarge() { return textReply(MHD_HTTP_CONTENT_TOO_LARGE, "request bod
 
 }  // namespace
 
-std::unique_ptr<HttpEndpoint> HttpEndpoint::start(EndpointContext& context, Kind kind, UniqueFd listener,
+std::unique_ptr<HttpEndpoint> HttpEndpoint::start(EndpointContext& context, Kind kind, om::UniqueFd listener,
                                                   const TlsCredentials* tls, std::string url, std::string* error) {
   std::unique_ptr<HttpEndpoint> endpoint(new HttpEndpoint(context, kind, std::move(url)));
   if (tls != nullptr) endpoint->tls_ = *tls;

@@ -14,12 +14,13 @@
 #include <optional>
 #include <string>
 
+#include <om/UniqueFd.h>
+
 #include "CallLimiter.h"
 #include "HttpLimits.h"
 #include "HttpMessage.h"
 #include "PamAuthenticator.h"
 #include "TlsCredentials.h"
-#include "UniqueFd.h"
 
 namespace omserver {
 
@@ -44,7 +45,7 @@ class HttpEndpoint {
   // Serves `listener`, which it takes; with `tls` (network only) over TLS.
   // `url` names the endpoint. Null, with the reason in `error`, when the
   // library cannot start.
-  static std::unique_ptr<HttpEndpoint> start(EndpointContext& context, Kind kind, UniqueFd listener,
+  static std::unique_ptr<HttpEndpoint> start(EndpointContext& context, Kind kind, om::UniqueFd listener,
                                              const TlsCredentials* tls, std::string url, std::string* error);
   ~HttpEndpoint();
   HttpEndpoint(const HttpEndpoint&) = delete;
@@ -86,7 +87,7 @@ class HttpEndpoint {
   const std::string url_;
   TlsCredentials tls_;  // the library reads them while it runs
   MHD_Daemon* daemon_ = nullptr;
-  UniqueFd quiesced_;  // the listening socket after quiesce(), closed once the library stops
+  om::UniqueFd quiesced_;  // the listening socket after quiesce(), closed once the library stops
 };
 
 }  // namespace omserver

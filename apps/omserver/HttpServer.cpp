@@ -27,7 +27,7 @@ HttpServer::~HttpServer() {
 
 std::string HttpServer::listenUnix(const std::string& path) {
   if (!socketPath_.empty()) return "already serving " + socketPath_;
-  UniqueFd listener;
+  om::UniqueFd listener;
   std::string warning;
   std::string error = omserver::listenUnix(path, context_->access.groupId(), &listener, &warning);
   if (!error.empty()) return error;

@@ -27,7 +27,7 @@ bool unixAddress(const std::string& path, sockaddr_un* address) {
 bool answers(const std::string& path) {
   sockaddr_un address;
   if (!unixAddress(path, &address)) return false;
-  const UniqueFd probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const om::UniqueFd probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   return probe.valid() && connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
@@ -42,10 +42,10 @@ std::string makeParent(const std::string& path) {
 }
 
 // Binds a new socket at `temporary`, sets its mode and group and listens.
-std::string bindUnix(const std::string& temporary, std::optional<gid_t> group, UniqueFd* fd, std::string* warning) {
+std::string bindUnix(const std::string& temporary, std::optional<gid_t> group, om::UniqueFd* fd, std::string* warning) {
   sockaddr_un address;
   if (!unixAddress(temporary, &address)) return "socket path too long: " + temporary;
-  UniqueFd listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  om::UniqueFd listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!listener.valid()) return systemError("socket");
   unlink(temporary.c_str());  // left by a server that died while starting
   if (bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
@@ -61,8 +61,8 @@ std::string bindUnix(const std::string& temporary, std::optional<gid_t> group, U
 }
 
 // Binds and listens on the address `info` describes.
-std::string bindTcp(const addrinfo& info, bool dualStack, UniqueFd* fd) {
-  UniqueFd listener(socket(info.ai_family, info.ai_socktype | SOCK_CLOEXEC, info.ai_protocol));
+std::string bindTcp(const addrinfo& info, bool dualStack, om::UniqueFd* fd) {
+  om::UniqueFd listener(socket(info.ai_family, info.ai_socktype | SOCK_CLOEXEC, info.ai_protocol));
   if (!listener.valid()) return systemError("socket");
   const int on = 1;
   const int off = 0;
@@ -76,7 +76,7 @@ std::string bindTcp(const addrinfo& info, bool dualStack, UniqueFd* fd) {
   return "";
 }
 
-std::string listenTcpOn(const std::string& address, uint16_t port, bool dualStack, UniqueFd* fd) {
+std::string listenTcpOn(const std::string& address, uint16_t port, bool dualStack, om::UniqueFd* fd) {
   addrinfo hints{};
   hints.ai_flags = AI_PASSIVE | AI_NUMERICHOST | AI_NUMERICSERV;
   hints.ai_family = AF_UNSPEC;
@@ -113,14 +113,14 @@ std::string checkPlace(const std::string& path) {
   return "";
 }
 
-std::string listenUnix(const std::string& path, std::optional<gid_t> group, UniqueFd* fd, std::string* warning) {
+std::string listenUnix(const std::string& path, std::optional<gid_t> group, om::UniqueFd* fd, std::string* warning) {
   std::string error = makeParent(path);
   if (error.empty()) error = checkPlace(path);
   if (!error.empty()) return error;
   // Made under another name and renamed into place: the socket appears with
   // its final mode, and replaces a stale one in one step.
   const std::string temporary = path + "." + std::to_string(getpid());
-  UniqueFd listener;
+  om::UniqueFd listener;
   error = bindUnix(temporary, group, &listener, warning);
   if (error.empty() && rename(temporary.c_str(), path.c_str()) != 0) error = systemError("rename to " + path);
   if (!error.empty()) {

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "UniqueFd.h"
+#include <om/UniqueFd.h>
 
 namespace omserver {
 
@@ -25,11 +25,11 @@ std::string checkPlace(const std::string& path);
 // it appears at `path`, so nobody else can connect in between; when the
 // group cannot be set, `warning` says why and the socket keeps the daemon's
 // group. "" on success, else why not.
-std::string listenUnix(const std::string& path, std::optional<gid_t> group, UniqueFd* fd, std::string* warning);
+std::string listenUnix(const std::string& path, std::optional<gid_t> group, om::UniqueFd* fd, std::string* warning);
 
 // A listening TCP socket and where it listens.
 struct TcpListener {
-  UniqueFd fd;
+  om::UniqueFd fd;
   std::string host;  // numeric, as a URL writes it: "127.0.0.1", "[::]"
   uint16_t port = 0;
 };

@@ -18,7 +18,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "UniqueFd.h"
+#include <om/UniqueFd.h>
 
 namespace omserver {
 namespace {
@@ -82,7 +82,7 @@ std::string writeAll(int fd, const std::string& text) {
 std::string replaceFile(const std::string& path, const std::string& text) {
   const std::string temporary = path + ".tmp" + std::to_string(getpid());
   unlink(temporary.c_str());
-  UniqueFd file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  om::UniqueFd file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   if (!file.valid()) return systemError("cannot create " + temporary);
   std::string error = writeAll(file.get(), text);
   if (error.empty() && fsync(file.get()) != 0) error = systemError("fsync " + temporary);
@@ -93,7 +93,7 @@ std::string replaceFile(const std::string& path, const std::string& text) {
     return error;
   }
   const std::string directory = std::filesystem::path(path).parent_path().string();
-  const UniqueFd parent(open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const om::UniqueFd parent(open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (parent.valid()) fsync(parent.get());
   return "";
 }

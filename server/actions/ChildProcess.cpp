@@ -131,15 +131,13 @@ ChildProcess::~ChildProcess() {
     signalGroup(SIGKILL);
     waitFor(pid_);
   }
-  closeOutput();
-  close(exit_);
 }
 
 void ChildProcess::readOutput(std::string& out) {
   char buffer[16384];
   size_t total = 0;
-  while (output_ >= 0 && total < kReadLimit) {
-    const ssize_t count = read(output_, buffer, sizeof buffer);
+  while (output_.valid() && total < kReadLimit) {
+    const ssize_t count = read(output_.get(), buffer, sizeof buffer);
     if (count > 0) {
       out.append(buffer, static_cast<size_t>(count));
       total += static_cast<size_t>(count);
@@ -148,7 +146,7 @@ void ChildProcess::readOutput(std::string& out) {
     } else if (count < 0 && errno == EAGAIN) {
       return;
     } else {
-      closeOutput();
+      output_.reset();  // its end, or an error
     }
   }
 }
@@ -158,11 +156,6 @@ void ChildProcess::signalGroup(int signal) const { kill(-pid_, signal); }
 int ChildProcess::reap() {
   reaped_ = true;
   return waitFor(pid_);
-}
-
-void ChildProcess::closeOutput() {
-  if (output_ >= 0) close(output_);
-  output_ = -1;
 }
 
 }  // namespace om::server

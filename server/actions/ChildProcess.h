@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include <om/UniqueFd.h>
+
 namespace om::server {
 
 class ChildProcess {
@@ -29,8 +31,8 @@ class ChildProcess {
   ChildProcess& operator=(const ChildProcess&) = delete;
 
   // The pipe (-1 once it reached its end) and the pidfd, for poll().
-  int outputFd() const { return output_; }
-  int exitFd() const { return exit_; }
+  int outputFd() const { return output_.get(); }
+  int exitFd() const { return exit_.get(); }
   // Reads what the pipe holds now and appends it to `out`; closes the pipe
   // at its end (or on an error).
   void readOutput(std::string& out);
@@ -42,11 +44,10 @@ class ChildProcess {
 
  private:
   ChildProcess(pid_t pid, int output, int exit) : pid_(pid), output_(output), exit_(exit) {}
-  void closeOutput();
 
   pid_t pid_;
-  int output_;
-  int exit_;
+  om::UniqueFd output_;
+  om::UniqueFd exit_;
   bool reaped_ = false;
 };
 

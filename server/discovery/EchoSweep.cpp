@@ -15,6 +15,8 @@
 #include <random>
 #include <unordered_map>
 
+#include <om/UniqueFd.h>
+
 #include "platform/winsock/IcmpKernel.h"
 #include "server/discovery/EchoPacket.h"
 #include "server/discovery/SweepSchedule.h"
@@ -39,21 +41,6 @@ constexpr int kSocketBuffer = 4 << 20;
 uint64_t nanosecondsOf(Clock::time_point t) {
   return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(t.time_since_epoch()).count());
 }
-
-// Closes a descriptor when it goes out of scope.
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
 
 // Sets a buffer size beyond the system's limit where the process may, else
 // as large as the limit allows.
@@ -139,8 +126,8 @@ EchoSweep::Run::Run(EchoSweep& sweep, const std::vector<std::string>& addresses,
 
 EchoResult EchoSweep::Run::go(const std::atomic<bool>* stop) {
   int error = 0;
-  Descriptor socket(om::kernel::openIcmpSocket(false, datagram_, error));
-  if (socket.get() < 0) return EchoResult::kNotSent;
+  const om::UniqueFd socket(om::kernel::openIcmpSocket(false, datagram_, error));
+  if (!socket.valid()) return EchoResult::kNotSent;
   fd_ = socket.get();
   sweep_.datagram_ = datagram_;
   tuneSocket(fd_, datagram_);

@@ -8,9 +8,10 @@
 
 #include <thread>
 
+#include <om/UniqueFd.h>
+
 #include "HttpServer.h"
 #include "ServerTestSupport.h"
-#include "UniqueFd.h"
 
 namespace omserver {
 namespace {
@@ -101,7 +102,7 @@ TEST_F(HttpLimitsTest, StoppingClosesTheDoorButLetsCallsInProgressFinish) {
 
 TEST_F(HttpLimitsTest, ASilentConnectionIsClosedAfterTheTimeout) {
   start(5, 5, 1);
-  const UniqueFd fd(socket(AF_INET, SOCK_STREAM, 0));
+  const om::UniqueFd fd(socket(AF_INET, SOCK_STREAM, 0));
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(http_->tcpPort());

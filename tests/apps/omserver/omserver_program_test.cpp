@@ -14,9 +14,10 @@
 #include <fstream>
 #include <iterator>
 
+#include <om/UniqueFd.h>
+
 #include "ServerTestSupport.h"
 #include "TlsCredentials.h"
-#include "UniqueFd.h"
 
 namespace {
 
@@ -176,7 +177,7 @@ class NotifySocket {
 
  private:
   std::string path_;
-  omserver::UniqueFd fd_;
+  om::UniqueFd fd_;
   bool bound_ = false;
 };
 

@@ -1,12 +1,12 @@
 // UniqueFd: owns one file descriptor and closes it when it goes.
-#ifndef OM_APPS_OMSERVER_UNIQUEFD_H_
-#define OM_APPS_OMSERVER_UNIQUEFD_H_
+#ifndef OM_PLATFORM_OM_UNIQUEFD_H_
+#define OM_PLATFORM_OM_UNIQUEFD_H_
 
 #include <unistd.h>
 
 #include <utility>
 
-namespace omserver {
+namespace om {
 
 class UniqueFd {
  public:
@@ -34,6 +34,6 @@ class UniqueFd {
   int fd_ = -1;
 };
 
-}  // namespace omserver
+}  // namespace om
 
-#endif  // OM_APPS_OMSERVER_UNIQUEFD_H_
+#endif  // OM_PLATFORM_OM_UNIQUEFD_H_
