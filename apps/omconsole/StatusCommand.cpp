@@ -14,6 +14,7 @@
 #include "ConsoleSession.h"
 #include "LogRecord.h"
 #include "MethodCall.h"
+#include "TreeWalk.h"
 #include "model/NetworkPath.h"
 #include "server/NetworkServer.h"
 #include "server/polling/PollingManager.h"
@@ -36,24 +37,17 @@ std::string nodeState(const NetworkObjectBase& object) {
   }
 }
 
-// The node lines of the subtree under `path`: nodes with their status,
-// other objects with their kind.
-bool printNodes(WbemNetworkObjectClient& client, const CNetworkPath& path, int depth, std::ostream& out) {
-  std::vector<NetworkObjectBase> children;
-  if (!client.getChildren(path.getPath(), children)) return false;
-  for (const NetworkObjectBase& child : children) {
-    if (child.getObjectType() == kObjectTypePort) continue;
-    const std::string& shown = child.getDisplayName().empty() ? child.getName() : child.getDisplayName();
-    out << std::string(2 * depth, ' ') << om::cp932ToUtf8(shown);
-    if (child.getObjectType() == kObjectTypeNode) {
-      out << "  " << nodeState(child);
-      for (const std::string& address : child.getIpAddresses()) out << " " << address;
-    }
-    out << "\n";
-    CNetworkPath childPath(path);
-    childPath.addChild(child.getName());
-    if (!printNodes(client, childPath, depth + 1, out)) return false;
+// The line of an object under the root, ports left out: a node with its
+// status and addresses, any other object by its name.
+bool printObject(const NetworkObjectBase& object, int depth, std::ostream& out) {
+  if (object.getObjectType() == kObjectTypePort) return false;
+  const std::string& shown = object.getDisplayName().empty() ? object.getName() : object.getDisplayName();
+  out << std::string(2 * depth, ' ') << om::cp932ToUtf8(shown);
+  if (object.getObjectType() == kObjectTypeNode) {
+    out << "  " << nodeState(object);
+    for (const std::string& address : object.getIpAddresses()) out << " " << address;
   }
+  out << "\n";
   return true;
 }
 
@@ -87,7 +81,8 @@ int runStatus(ConsoleSession& session, const Args& args) {
   const std::string root = CNetworkPath::getRootMark() + CNetworkPath::getPhysicalRootName();
   WbemNetworkObjectClient client(session.services());
   out << "\n" << om::cp932ToUtf8(root) << "\n";
-  if (!printNodes(client, CNetworkPath(root), 1, out)) return fail("the tree: " + statusName(client.getErrorCode()));
+  const auto print = [&](const NetworkObjectBase& object, int depth) { return printObject(object, depth, out); };
+  if (!walkTree(client, CNetworkPath(root), print)) return fail("the tree: " + statusName(client.getErrorCode()));
   std::vector<CLogObject> records;
   unsigned long error = 0;
   if (!newestLogs(session.services(), logs, records, error)) return fail("the log: " + statusName(error));

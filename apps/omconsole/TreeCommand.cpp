@@ -12,6 +12,7 @@
 #include "ConsoleSession.h"
 #include "MethodCall.h"
 #include "Records.h"
+#include "TreeWalk.h"
 #include "model/NetworkPath.h"
 #include "server/store/NetworkTree.h"
 #include "wbem/WbemNetworkObjectClient.h"
@@ -45,20 +46,20 @@ std::string line(const NetworkObjectBase& object) {
   return text;
 }
 
-// Writes the children of `path` and theirs, indented by depth.
-bool printChildren(WbemNetworkObjectClient& client, const CNetworkPath& path, int depth, std::ostream& out) {
+}  // namespace
+
+bool walkTree(WbemNetworkObjectClient& client, const CNetworkPath& path,
+              const std::function<bool(const NetworkObjectBase& object, int depth)>& visit, int depth) {
   std::vector<NetworkObjectBase> children;
   if (!client.getChildren(path.getPath(), children)) return false;
   for (const NetworkObjectBase& child : children) {
-    out << std::string(2 * depth, ' ') << line(child) << "\n";
+    if (!visit(child, depth)) continue;
     CNetworkPath childPath(path);
     childPath.addChild(child.getName());
-    if (!printChildren(client, childPath, depth + 1, out)) return false;
+    if (!walkTree(client, childPath, visit, depth + 1)) return false;
   }
   return true;
 }
-
-}  // namespace
 
 int runTree(ConsoleSession& session, const Args& args) {
   if (args.size() > 1) return fail("usage: omconsole tree [PATH]", 2);
@@ -67,7 +68,11 @@ int runTree(ConsoleSession& session, const Args& args) {
   WbemNetworkObjectClient client(session.services());
   std::ostringstream tree;
   tree << om::cp932ToUtf8(path) << "\n";
-  if (!printChildren(client, CNetworkPath(path), 1, tree)) {
+  const auto print = [&](const NetworkObjectBase& object, int depth) {
+    tree << std::string(2 * depth, ' ') << line(object) << "\n";
+    return true;
+  };
+  if (!walkTree(client, CNetworkPath(path), print)) {
     return fail(om::cp932ToUtf8(path) + ": " + statusName(client.getErrorCode()));
   }
   emit(tree.str());
