@@ -10,6 +10,7 @@
 #include <atlcomcli.h>
 
 #include "CimObject.h"
+#include "CimType.h"
 #include "Text.h"
 #include "WqlLike.h"
 
@@ -165,18 +166,11 @@ enum class Domain { Text, Number, Boolean, Object, None };
 
 Domain domainOf(const VARIANT& v, CIMTYPE type) {
   if ((v.vt & VT_ARRAY) != 0 || (type & CIM_FLAG_ARRAY) != 0) return Domain::None;
+  if (isIntegerType(type)) return Domain::Number;
   switch (type) {
     case CIM_STRING:
     case CIM_DATETIME:
     case CIM_REFERENCE: return Domain::Text;
-    case CIM_SINT8:
-    case CIM_UINT8:
-    case CIM_SINT16:
-    case CIM_UINT16:
-    case CIM_SINT32:
-    case CIM_UINT32:
-    case CIM_SINT64:
-    case CIM_UINT64:
     case CIM_REAL32:
     case CIM_REAL64:
     case CIM_CHAR16: return Domain::Number;

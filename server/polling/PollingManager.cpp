@@ -39,13 +39,7 @@ void PollingManager::start() {
 }
 
 size_t PollingManager::pollOnce() {
-  std::vector<std::string> names;
-  {
-    std::lock_guard<std::mutex> lock(server_.mutex);
-    for (const std::string& name : server_.tree.search("", false, false)) {
-      if (server_.tree.find(name)->getObjectType() == kObjectTypeNode) names.push_back(name);
-    }
-  }
+  const std::vector<std::string> names = server_.locked([this] { return server_.tree.names(kObjectTypeNode); });
   poll(names);
   return names.size();
 }
@@ -66,9 +60,8 @@ std::vector<std::string> PollingManager::due(Clock::time_point now) {
   std::vector<std::string> names;
   std::lock_guard<std::mutex> lock(server_.mutex);
   std::map<std::string, Clock::time_point> next;
-  for (const std::string& name : server_.tree.search("", false, false)) {
+  for (const std::string& name : server_.tree.names(kObjectTypeNode)) {
     const NetworkObjectBase* node = server_.tree.find(name);
-    if (node->getObjectType() != kObjectTypeNode) continue;
     const auto known = next_.find(name);
     Clock::time_point when = known == next_.end() ? now : known->second;
     if (when <= now) {

@@ -17,10 +17,7 @@ COrvaManagerNetwork OMNetworkService::summary() {
   network.setNumberOfObservingNodes(server_->pollingManager ? nodes : 0);
   // The worst status of any node: down over up over unknown.
   int status = NetworkServer::kNodeUnknown;
-  for (const std::string& name : tree.search("", false, false)) {
-    const NetworkObjectBase* node = tree.find(name);
-    if (node->getObjectType() == kObjectTypeNode) status = std::max(status, node->getNodeStatus());
-  }
+  for (const std::string& name : tree.names(kObjectTypeNode)) status = std::max(status, tree.find(name)->getNodeStatus());
   network.setNodeStatus(status);
   network.setPollingManager(server_->pollingManager);
   network.setAutoDiscoverManager(server_->autoDiscoverManager);

@@ -258,8 +258,12 @@ std::vector<std::string> NetworkTree::search(const std::string& text, bool ignor
   return names;
 }
 
-int NetworkTree::count(int objectType) const {
-  return static_cast<int>(std::count_if(entries_.begin(), entries_.end(), [objectType](const auto& item) {
-    return item.second.object.getObjectType() == objectType;
-  }));
+std::vector<std::string> NetworkTree::names(int objectType) const {
+  std::vector<std::string> out;
+  for (const auto& [name, entry] : entries_) {
+    if (entry.object.getObjectType() == objectType) out.push_back(name);
+  }
+  return out;
 }
+
+int NetworkTree::count(int objectType) const { return static_cast<int>(names(objectType).size()); }

@@ -70,8 +70,9 @@ class NetworkTree {
   // Names that contain `text` (ASCII letters folded with `ignoreCase`), of
   // subnets or of the other objects but the roots; sorted.
   std::vector<std::string> search(const std::string& text, bool ignoreCase, bool subnets) const;
-  // How many objects have that type.
+  // How many objects have that type, and their names, sorted.
   int count(int objectType) const;
+  std::vector<std::string> names(int objectType) const;
 
  private:
   using Entry = TreeEntry;
